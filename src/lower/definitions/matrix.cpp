@@ -1,0 +1,1 @@
+#include "lower/definitions/matrix.h"

@@ -1,0 +1,1 @@
+#include "lower/geometry/box_params.h"

@@ -1,0 +1,1 @@
+#include "lower/log/log.h"

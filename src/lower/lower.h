@@ -1,0 +1,20 @@
+#pragma once
+
+// Everything of the lower library: geometry, slices and volumes, the pager, tasks, the log and settings.
+#include "lower/definitions/coord.h"
+#include "lower/definitions/matrix.h"
+#include "lower/geometry/box.h"
+#include "lower/geometry/box_params.h"
+#include "lower/geometry/clip_bounds.h"
+#include "lower/geometry/dims.h"
+#include "lower/geometry/plane.h"
+#include "lower/log/log.h"
+#include "lower/pager/mem_pager.h"
+#include "lower/settings/whiteboard.h"
+#include "lower/tasks/runnable.h"
+#include "lower/utilities/memory.h"
+#include "lower/volume/slice.h"
+#include "lower/volume/slice_vector.h"
+#include "lower/volume/tvolume.h"
+#include "lower/volume/types_utils.h"
+#include "lower/volume/vol_data.h"

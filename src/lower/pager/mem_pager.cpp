@@ -1,0 +1,1 @@
+#include "lower/pager/mem_pager.h"

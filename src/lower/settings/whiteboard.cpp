@@ -1,0 +1,1 @@
+#include "lower/settings/whiteboard.h"

@@ -1,0 +1,1 @@
+#include "lower/tasks/runnable.h"

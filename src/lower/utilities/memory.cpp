@@ -1,0 +1,1 @@
+#include "lower/utilities/memory.h"

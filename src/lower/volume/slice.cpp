@@ -1,0 +1,1 @@
+#include "lower/volume/slice.h"

@@ -1,0 +1,1 @@
+#include "lower/volume/vol_data.h"

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "rz_obl/RZ_OBLplanar/kernels/scan_args.h"
+
+namespace rz_obl {
+
+/// Catmull-Rom along all three axes in fixed point; planes outside count as 0.
+void scan_tricubic(const scan_args_16& args);
+
+}  // namespace rz_obl

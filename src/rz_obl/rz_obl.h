@@ -1,0 +1,4 @@
+#pragma once
+
+// Every exported function of RZ_Obl.
+#include "rz_obl/RZ_OBLplanar/rz_obl_planar.h"
