@@ -39,4 +39,10 @@ static inline std::int32_t low16(std::int32_t x) {
     return static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint32_t>(x)));
 }
 
+/// sum / count in single precision, to nearest with halves away from zero.
+static inline std::int32_t rounded_mean(std::int32_t sum, float count) {
+    const float mean = static_cast<float>(sum) / count;
+    return trunc_to_int(mean >= 0.0F ? mean + 0.5F : mean - 0.5F);
+}
+
 }  // namespace rz_obl
