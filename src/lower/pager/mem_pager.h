@@ -4,7 +4,8 @@
 
 #include "lower/export.h"
 
-/// One block of pager memory, or none. Releases its block when destroyed. Movable only by pointer.
+/// One block of pager memory, or none. Releases its block when destroyed. One thread at a time; the block
+/// itself may be used by any number.
 class RZ_LOWER_API MEM_PagerInfo {
   public:
     MEM_PagerInfo() = default;
@@ -14,19 +15,27 @@ class RZ_LOWER_API MEM_PagerInfo {
 
     /// The block, mapped; null if there is none.
     void* Ptr();
-    /// Ends access until the next Ptr(). The block keeps its content and its address. Always 0.
+    /// Ends access until the next Ptr(). The block keeps its content and its address; the pages of a block
+    /// that a file backs become the first to be written out. Always 0.
     int Unmap();
 
   private:
     friend class MEM_MemPager;
     void* block_ = nullptr;
+    // Guards included.
     void* mapping_ = nullptr;
     std::size_t mappingBytes_ = 0;
+    // The writable middle, whole pages around the block.
+    void* pages_ = nullptr;
+    std::size_t pagesBytes_ = 0;
+    bool fileBacked_ = false;
 };
 
 /// Hands out zeroed blocks aligned to 64 bytes, each between two readable zeroed guards of at least 192 KiB,
-/// so that a kernel may read a row before and after a raster. Untouched pages cost no memory. Safe from any
-/// thread.
+/// so that a kernel may read a row before and after a raster. Untouched pages cost no memory, and the guards
+/// never do: they are read-only but for the rest of the pages that they share with the block. Starts of
+/// blocks differ modulo 4096, so that the same sample of neighbouring slices does not compete for one cache
+/// set. Safe from any thread.
 class RZ_LOWER_API MEM_MemPager {
   public:
     /// Readable zeroed bytes before and after every block.
@@ -34,17 +43,19 @@ class RZ_LOWER_API MEM_MemPager {
 
     virtual ~MEM_MemPager();
 
-    /// A handle on the pager; the caller may delete it or drop it.
+    /// A handle on the pager; the caller may delete it or drop it. The same pager stands behind every handle,
+    /// and blocks outlive handles.
     static MEM_MemPager* GetHandleForMP();
 
     /// Reserves bytes and ties the block to info, which must hold none. The last argument is always 16.
-    /// 0 for done, -1 for what cannot be had; info then stays empty.
+    /// 0 for done, -1 for what cannot be had (and for 0 bytes); info then stays as it was.
     int Allocate(unsigned int bytes, MEM_PagerInfo* info, int);
     /// The same for sizes beyond 4 GiB.
     int AllocateLarge(std::size_t bytes, MEM_PagerInfo* info);
 
-    /// Blocks allocated from now on are backed by unlinked temporary files in directory, so that they can
-    /// page out and volumes larger than memory work. Null: anonymous memory, the default.
+    /// Blocks allocated from now on are backed by unlinked, sparse temporary files in directory, so that they
+    /// can page out and volumes larger than memory work. Null: anonymous memory, the default. Nothing is
+    /// checked here: in a directory that cannot be written, Allocate gives -1.
     static void SetPagingDirectory(const char* directory);
 
   protected:

@@ -10,7 +10,7 @@
 /// concurrent reads.
 class RZ_LOWER_API RZ_VolData {
   public:
-    /// Copies box. The last argument is always 0.
+    /// Copies box, which the caller may destroy. The last argument is always 0.
     RZ_VolData(RZ_Box* box, int);
     virtual ~RZ_VolData();
     RZ_VolData(const RZ_VolData&) = delete;
@@ -21,11 +21,11 @@ class RZ_LOWER_API RZ_VolData {
     RZ_Slice** GetSlices() const;
     /// Null if there is no such slice.
     RZ_Slice* GetSlice(unsigned int index) const;
-    /// Takes ownership of slice; the slice that stood there is deleted. An index outside the volume deletes
-    /// slice.
+    /// Takes ownership of slice, which came from `new`; another slice that stood there is deleted. An index
+    /// outside the volume deletes slice.
     void SetSlice(RZ_Slice* slice, int index);
 
-    /// Two values that travel with the volume (slope and intercept; 1 and 0 at first).
+    /// Two values that travel with the volume (slope and intercept; 1 and 0 at first). Null: not wanted.
     void GetRescaleTrans(double* slope, double* intercept) const;
     void SetRescaleTrans(double slope, double intercept);
 

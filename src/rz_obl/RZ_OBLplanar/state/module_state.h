@@ -11,9 +11,16 @@
 
 namespace rz_obl {
 
+/// EAX, EBX, ECX, EDX of a CPUID leaf, sub-leaf 0.
+using CpuidRegisters = std::array<int, 4>;
+using CpuidReader = CpuidRegisters (*)(int leaf);
+
 /// The processor's CPUID record, filled at load. Only bit 5 of leaf7Ebx (AVX2) is read.
 struct CpuFeatures {
+    /// Of the processor.
     CpuFeatures();
+    /// Of whatever read tells.
+    explicit CpuFeatures(CpuidReader read);
 
     int highestLeaf = 0;
     unsigned highestExtendedLeaf = 0;
@@ -27,9 +34,10 @@ struct CpuFeatures {
     unsigned leaf7Ecx = 0;
     unsigned extLeaf1Ecx = 0;
     unsigned extLeaf1Edx = 0;
-    std::vector<std::array<int, 4>> leaves;
-    std::vector<std::array<int, 4>> extendedLeaves;
+    std::vector<CpuidRegisters> leaves;
+    std::vector<CpuidRegisters> extendedLeaves;
 
+    /// The feature bit alone: whether the system supports the wider registers is not asked.
     bool hasAvx2() const { return (leaf7Ebx & (1U << 5)) != 0; }
 };
 
@@ -44,5 +52,8 @@ extern bool AllowAvx2For16;
 extern bool AllowAvx2For32;
 extern bool ForceLinear;
 extern bool ForceTricubic;
+
+/// Written by RZ_SetStretchedMethod, read by nothing.
+extern int stretchedMethod;
 
 }  // namespace rz_obl
