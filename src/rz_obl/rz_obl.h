@@ -2,3 +2,4 @@
 
 // Every exported function of RZ_Obl.
 #include "rz_obl/RZ_OBLplanar/rz_obl_planar.h"
+#include "rz_obl/rz_oblique/rz_oblique.h"
