@@ -10,7 +10,8 @@ class RZ_LOWER_API RZ_PlaneParams {
     /// Through the physical origin, units along x and y, normal along z.
     RZ_PlaneParams();
     /// Through origin with this normal and this first in-plane unit vector; the second unit is normal x
-    /// first. All are normalised, and the first unit is made orthogonal to the normal.
+    /// first. All are normalised, and the first unit is made orthogonal to the normal. A normal without
+    /// direction stands for z, a unit without direction of its own in the plane for any unit in it.
     RZ_PlaneParams(const float* normal, const float* origin, const float* unit);
 
     /// Physical position of the plane's origin; writes three floats.
@@ -26,6 +27,8 @@ class RZ_LOWER_API RZ_PlaneParams {
     /// matrix takes physical space to the plane's two-dimensional frame: x and y are millimetres along the
     /// two units from the origin, z along the normal.
     void Get2Projection(float matrix[4][4]) const;
+    /// The way back in double precision: rows 0 to 3 are the two units, the normal and the origin.
+    void GetPhysicalFromPlane(double matrix[4][4]) const;
 
   private:
     double origin_[3];
@@ -33,7 +36,8 @@ class RZ_LOWER_API RZ_PlaneParams {
     double normal_[3];
 };
 
-/// Fills plane so that it has this normal and passes through point. With keepUp the first unit lies as level
-/// as it can (orthogonal to physical z where that is possible), else it is any in-plane unit.
+/// Fills plane so that it has this normal and passes through point, which becomes its origin. With keepUp the
+/// first unit is level (orthogonal to physical z) and the second one rises, unless the normal runs along z;
+/// else the first is any in-plane unit.
 RZ_LOWER_API void RZ_CalcPlane(const RZ_3Coord& normal, const RZ_3Coord& point, RZ_PlaneParams& plane,
                                bool keepUp);
