@@ -8,7 +8,7 @@
 
 // Planar reformats: one plane, or a slab about it, from a volume into one raster.
 //
-// Common to the three functions:
+// Common to the three reformats:
 //   volumeBox      dimensions and physical extent of the source grid.
 //   volumeParams   the part of it that may be sampled; pass volumeBox.params for all of it.
 //   plane          physical plane of the image.
@@ -42,6 +42,22 @@ RZ_OBL_API int RZ_CalcOblique(RZ_ShortSlice** slices, const RZ_Box& volumeBox,
                               int last, RZ_OBL_RenditionQuality quality, float halfThickness,
                               RZ_OBL_RenditionType type, bool isSigned, int bitDepth);
 
+/// Samples slice objects of any layout: RZ_ShortSlice for 16-bit and 8-bit samples, RZ_LongSlice for pixels
+/// of three 8-bit channels (Average only; bytes 0 and 2 change places between source and output). slices[0]
+/// says depth, sign and layout for all; no other layout than these three is allowed. output: samples as wide
+/// as the source's, rows of outputBox's width. first to last (inclusive) are read; they must cover what the
+/// plane reaches. Quality Cubic builds a table of 32 MiB on its first use in the process and becomes
+/// SemiCubic where slices lie more than four pixels apart; on 32-bit pixels it reads one row and one pixel
+/// before and behind each raster, which must be readable memory (rasters of our pager are). Throws
+/// std::bad_alloc.
+RZ_OBL_API int RZ_PlanarObliqueProjection(RZ_Slice** slices, const RZ_Box& volumeBox,
+                                          const RZ_BoxParams& volumeParams, RZ_PlaneParams plane,
+                                          const RZ_BoxParams* clipParams, char* output,
+                                          const RZ_Box& outputBox, int* firstRow, int* lastRow,
+                                          int* firstColumn, int* lastColumn, int first, int last,
+                                          RZ_OBL_RenditionQuality quality, float halfThickness,
+                                          RZ_OBL_RenditionType type);
+
 /// Warms the interpolation table of the definitions library.
 RZ_OBL_API void RZ_InitOblique();
 
@@ -73,4 +89,15 @@ inline int RZ_CalcOblique(RZ_ShortSlice** slices, const RZ_Box& volumeBox, const
     return RZ_CalcOblique(slices, volumeBox, volumeParams, plane, &clipParams, output, outputBox, firstRow,
                           lastRow, firstColumn, lastColumn, first, last, quality, halfThickness, type,
                           isSigned, bitDepth);
+}
+
+inline int RZ_PlanarObliqueProjection(RZ_Slice** slices, const RZ_Box& volumeBox,
+                                      const RZ_BoxParams& volumeParams, const RZ_PlaneParams& plane,
+                                      const RZ_BoxParams& clipParams, char* output, const RZ_Box& outputBox,
+                                      int* firstRow, int* lastRow, int* firstColumn, int* lastColumn,
+                                      int first, int last, RZ_OBL_RenditionQuality quality,
+                                      float halfThickness, RZ_OBL_RenditionType type) {
+    return RZ_PlanarObliqueProjection(slices, volumeBox, volumeParams, plane, &clipParams, output, outputBox,
+                                      firstRow, lastRow, firstColumn, lastColumn, first, last, quality,
+                                      halfThickness, type);
 }
