@@ -18,11 +18,11 @@ CpuidRegisters readProcessor(int leaf) {
     return {static_cast<int>(eax), static_cast<int>(ebx), static_cast<int>(ecx), static_cast<int>(edx)};
 }
 
-/// The bytes of count words, up to the first zero byte.
+/// The bytes of registers, up to the first zero byte.
 template <std::size_t count>
-std::string bytesOf(const int (&words)[count]) {
-    char bytes[sizeof words + 1] = {};
-    std::memcpy(bytes, words, sizeof words);
+std::string bytesOf(const std::array<int, count>& registers) {
+    char bytes[sizeof registers + 1] = {};
+    std::memcpy(bytes, registers.data(), sizeof registers);
     return bytes;
 }
 
@@ -35,7 +35,7 @@ CpuFeatures::CpuFeatures(CpuidReader read) {
     highestLeaf = leaf0[0];
     for (std::int64_t i = 0; i <= highestLeaf; ++i) leaves.push_back(read(static_cast<int>(i)));
 
-    vendor = bytesOf({leaf0[1], leaf0[3], leaf0[2]});
+    vendor = bytesOf<3>({leaf0[1], leaf0[3], leaf0[2]});
     isIntel = vendor == "GenuineIntel";
     isAmd = !isIntel && vendor == "AuthenticAMD";
 
@@ -59,9 +59,9 @@ CpuFeatures::CpuFeatures(CpuidReader read) {
         extLeaf1Edx = static_cast<unsigned>(extendedLeaves[1][3]);
     }
     if (highestExtendedLeaf >= 0x80000004U) {
-        int words[12];
-        for (int i = 0; i < 12; ++i) words[i] = extendedLeaves[2 + i / 4][i % 4];
-        brand = bytesOf(words);
+        std::array<int, 12> registers;
+        for (std::size_t i = 0; i < 12; ++i) registers[i] = extendedLeaves[2 + i / 4][i % 4];
+        brand = bytesOf(registers);
     }
 }
 
