@@ -65,7 +65,9 @@ TEST(Support, spans_of_every_kind_occur) {
     EXPECT_EQ(branches.never_met({"no row", "negative slab", "thick slab", "one column", "empty", "negative",
                                   "full", "part"}),
               "");
-    if (!is_replay()) EXPECT_GT(branches.count("full") + branches.count("part"), 450);
+    if (!is_replay()) {
+        EXPECT_GT(branches.count("full") + branches.count("part"), 450);
+    }
 }
 
 }  // namespace
