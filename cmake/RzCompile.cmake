@@ -31,18 +31,22 @@ function(rz_wide_sources)
     set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "-mavx2;-mno-fma")
 endfunction()
 
+# Keeps instantiations of the standard library's templates out of what a library exports.
+set(RZ_HIDE_STD ${CMAKE_CURRENT_LIST_DIR}/hide_std.map)
+
 # rz_shared_library(<target> <export name> <define>): a shared library made of <target>_objects, so that tests can
 # link the objects themselves and call internal functions by name.
 function(rz_shared_library target exported define)
     add_library(${target} SHARED $<TARGET_OBJECTS:${target}_objects>)
     add_library(RZ_Obl::${exported} ALIAS ${target})
     set_target_properties(${target} PROPERTIES EXPORT_NAME ${exported} VERSION ${PROJECT_VERSION}
-                                               SOVERSION ${PROJECT_VERSION_MAJOR})
+                                               SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN"
+                                               LINK_DEPENDS ${RZ_HIDE_STD})
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
                                                 $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_compile_features(${target} PUBLIC cxx_std_17)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:rz_library>)
-    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--version-script=${RZ_HIDE_STD})
     set_target_properties(${target}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
                                                        VISIBILITY_INLINES_HIDDEN ON)
     target_compile_definitions(${target}_objects PRIVATE ${define})

@@ -12,6 +12,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/RZ_OblConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/RZ_OblConfig.cmake ${PROJECT_BINARY_DIR}/RZ_OblConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/RZ_Obl)
 
+# Relative, so that an installed tree may be moved, as CMake's package may.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+           BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pc_to_prefix)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/rz_obl.pc.in ${PROJECT_BINARY_DIR}/rz_obl.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/rz_obl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
