@@ -5,24 +5,13 @@
 
 #include "toolkit/core/error.h"
 #include "toolkit/core/text.h"
+#include "toolkit/core/vector.h"
 
 namespace rzobl {
 
 namespace {
 
 constexpr double kOrthonormal = 1e-3;
-
-double dot(const Vec3& a, const Vec3& b) {
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-Vec3 cross(const Vec3& a, const Vec3& b) {
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
-bool is_finite(const Vec3& v) {
-    return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
-}
 
 }  // namespace
 
