@@ -17,6 +17,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// A plain array, since a signal handler may read nothing else: the name of the unfinished file, or empty.
+char unfinished[4096];
+
 [[noreturn]] void fail(const fs::path& target, const std::string& why) {
     throw Error("cannot write " + target.string() + ": " + why);
 }
@@ -52,6 +55,8 @@ OutputFile::OutputFile(fs::path target, bool overwrite) : target_(std::move(targ
         const int file = open(temporary_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
         if (file >= 0) {
             close(file);
+            const std::string& name = temporary_.native();
+            if (name.size() < sizeof unfinished) std::memcpy(unfinished, name.c_str(), name.size() + 1);
             return;
         }
         if (errno != EEXIST) fail(target_, std::strerror(errno));
@@ -62,6 +67,11 @@ OutputFile::OutputFile(fs::path target, bool overwrite) : target_(std::move(targ
 OutputFile::~OutputFile() {
     std::error_code ignored;
     if (!committed_) fs::remove(temporary_, ignored);
+    unfinished[0] = '\0';
+}
+
+void OutputFile::remove_unfinished() {
+    if (unfinished[0] != '\0') unlink(unfinished);
 }
 
 void OutputFile::commit() {
@@ -75,6 +85,7 @@ void OutputFile::commit() {
         fail(target_, std::strerror(errno));
     }
     committed_ = true;
+    unfinished[0] = '\0';
 }
 
 }  // namespace rzobl

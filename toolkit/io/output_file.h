@@ -21,6 +21,9 @@ class OutputFile {
 
     /// Throws Error as the constructor does, and touches nothing: for a check before long work.
     static void check(const std::filesystem::path& target, bool overwrite);
+    /// Removes the temporary file that is being written, if one is. For a signal handler that ends the
+    /// process; knows of one file at a time.
+    static void remove_unfinished();
 
   private:
     std::filesystem::path target_;
