@@ -66,7 +66,20 @@ int safe_columns(const ScanCase<Sample, Step>& c, const ScanOptions& options, in
             back[k] = c.columnStep[k] - static_cast<float>(n) * c.slabStep[k];
         }
     }
+    Step seed[3] = {at[0], at[1], at[2]};
     for (int column = 0; column < limit; ++column) {
+        if (options.seedsOnePlane && n < 0) {
+            Position pixelMajor{};
+            Position planeMajor{};
+            for (std::size_t k = 0; k < 3; ++k) {
+                if constexpr (kFixed) {
+                    pixelMajor.index[k] = at[k] >> 18;
+                    planeMajor.index[k] = seed[k] >> 18;
+                    seed[k] = wrap(std::int64_t{seed[k]} + c.columnStep[k]);
+                }
+            }
+            if (!may_read(c, options, pixelMajor) || !may_read(c, options, planeMajor)) return column;
+        }
         for (int plane = 0; plane < planes; ++plane) {
             Position p{};
             for (int k = 0; k < 3; ++k) {

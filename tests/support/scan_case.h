@@ -34,6 +34,9 @@ struct ScanOptions {
     int guardRows = 0;
     int maxSlabSteps = 20;
     bool negativeSlabSteps = true;
+    /// One sample is taken even of a negative number of planes, as maximum and minimum do for their seed; it
+    /// stands where either of their two walks puts it.
+    bool seedsOnePlane = false;
     /// The first component of the slab step may be negative: for what runs before the sign is settled.
     bool negativeSlabStep = false;
     /// A third of the cases has the 12 bits of a CT; a volume of 8-bit samples always has 8.
