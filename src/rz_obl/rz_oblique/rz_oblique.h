@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "lower/geometry/box_params.h"
+#include "lower/geometry/plane.h"
+#include "lower/geometry/spline.h"
 #include "rz_obl/export.h"
 
 // Combination and subtraction of slice rasters that were already computed. No geometry, no state; each call
@@ -55,3 +58,16 @@ struct RZ_SubOpParams {
 RZ_OBL_API int RZ_GetMultiSliceSubtractionPlane(const std::vector<void*>& slices, int rows, int columns,
                                                 int bitdepth, bool is_signed, void* output,
                                                 RZ_SubOpParams& parameters, void*, RZ_SubOpParams&);
+
+/// Where a plane cuts a box. polygon receives the points in physical space, at most 6 for a box with depth
+/// (room for 20 serves any box), in perimeter order if ordered is non-zero; result receives the flat box
+/// about them in the plane's frame. Returns their number, or 0, with result untouched, where the plane misses
+/// the box or touches it in one point.
+RZ_OBL_API int RZ_GetPlaneBoxPolygon(const RZ_BoxParams& box, const RZ_PlaneParams& plane,
+                                     float (*polygon)[3], RZ_BoxParams& result, int ordered);
+
+/// Size of the flat image (millimetres) that holds the part of the surface, swept by the spline's sweep line,
+/// inside the box. inside_only: curve points outside the box do not count. Returns 1, or 0 with result
+/// untouched for another splineKind than 0 and where there is no such part.
+RZ_OBL_API int RZ_GetPlaneBox(const RZ_BoxParams& box, RZ_Spline& spline, RZ_BoxParams& result,
+                              int inside_only);
