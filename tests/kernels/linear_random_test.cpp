@@ -1,11 +1,12 @@
 #include <gtest/gtest.h>
 
 #include "rz_obl/RZ_OBLplanar/kernels/linear/scan_linear.h"
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 #include "tests/reference/linear.h"
 #include "tests/support/branches.h"
 #include "tests/support/scan_case.h"
 
-// scan_linear against its plain form, on seeded cases that together reach every branch.
+// Both forms of scan_linear against their plain form, on seeded cases that together reach every branch.
 
 namespace {
 
@@ -18,9 +19,15 @@ void compare(int cases, const ScanOptions& options, Branches& branches) {
             rz_reference::scan_linear(args, branches);
         };
         const auto want = run(reference, c);
-        const auto got = run(rz_obl::scan_linear, c);
-        ASSERT_EQ(first_difference(c, want, got), "");
+        ASSERT_EQ(first_difference(c, want, run(rz_obl::scan_linear, c)), "");
+        if (!rz_obl::g_cpuFeatures.hasAvx2()) continue;
+        ASSERT_EQ(first_difference(c, want, run(rz_obl::scan_linear_avx2, c)), "");
     }
+}
+
+TEST(ScanLinearRandom, wide_form_is_compared_here) {
+    if (!rz_obl::g_cpuFeatures.hasAvx2())
+        GTEST_SKIP() << "this processor has no AVX2: scan_linear_avx2 did not run";
 }
 
 TEST(ScanLinearRandom, inside_the_volume) {

@@ -13,6 +13,12 @@ namespace {
 
 using Quality = RZ_OBL_RenditionQuality;
 
+/// Both forms make the same bits.
+void scan_linear_widest(const scan_args_16& args) {
+    if (g_cpuFeatures.hasAvx2()) return scan_linear_avx2(args);
+    return scan_linear(args);
+}
+
 void scan_semicubic(const scan_args_16& args, int dominantAxis) {
     if (dominantAxis == 2) return scan_semicubic_z(args);
     if (dominantAxis == 1) return scan_semicubic_y(args);
@@ -26,7 +32,7 @@ void scan_semicubic(const scan_args_16& args, int dominantAxis) {
 void scan_avg_12(const scan_args_16& args, const short*** /*fastIndex*/, int dominantAxis) {
     make_x_ascending(args.slabStep);
     if (static_cast<Quality>(args.quality) == Quality::Cubic) return scan_semicubic(args, dominantAxis);
-    return scan_linear(with_quality(args, Quality::Linear));
+    return scan_linear_widest(with_quality(args, Quality::Linear));
 }
 
 void scan_avg_12_2(const scan_args_16& args, int dominantAxis) {
@@ -49,7 +55,7 @@ void scan_avg_12_2(const scan_args_16& args, int dominantAxis) {
         return scan_semicubic(args, dominantAxis);
     }
     if (log_wanted(kEntry, __LINE__)) JrnGLog.Log("Linear MPR");
-    return scan_linear(with_quality(args, Quality::Linear));
+    return scan_linear_widest(with_quality(args, Quality::Linear));
 }
 
 }  // namespace rz_obl
