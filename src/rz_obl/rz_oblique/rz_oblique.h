@@ -5,8 +5,9 @@
 
 #include "lower/geometry/box_params.h"
 #include "lower/geometry/plane.h"
-#include "lower/geometry/spline.h"
 #include "rz_obl/export.h"
+
+class RZ_Spline;
 
 // Combination and subtraction of slice rasters that were already computed. No geometry, no state; each call
 // depends only on its arguments. Threads: free, as long as outputs are disjoint.
