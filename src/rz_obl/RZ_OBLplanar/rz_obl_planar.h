@@ -9,18 +9,18 @@
 // Planar reformats: one plane, or a slab about it, from a volume into one raster.
 //
 // Common to the three reformats:
-//   volumeBox      dimensions and physical extent of the source grid.
+//   volumeBox      dimensions and physical extent of the source grid; at most 8191 samples along an axis.
 //   volumeParams   the part of it that may be sampled; pass volumeBox.params for all of it.
 //   plane          physical plane of the image.
 //   clipParams     null, or a box in the plane's frame that clips the image, with 1 % to spare.
 //   output         height x width samples of outputBox, row stride = width, at most 32767 wide. Columns that
-//   the volume
-//                  does not reach keep their content, and so does a row of which only one column is left.
+//                  the volume does not reach keep their content, as does a row with only one column left.
 //   outputBox      box of the raster in the plane's frame (RZ_PlaneParams::Get2Projection), millimetres.
 //   firstRow ...   bounds of what was written, inclusive; accumulated, seeded by the caller. An image without
-//   any row
-//                  still lowers firstRow to 0 and firstColumn to the width, and raises the other two to 0.
-//   halfThickness  millimetres from the plane to each face of the slab; 0 for none.
+//                  any row still lowers firstRow to 0 and firstColumn to the width, and raises the other two
+//                  to 0.
+//   halfThickness  millimetres from the plane to each face of the slab; 0 for none. A column is drawn only
+//                  where both faces, with 1 % to spare, lie in the volume.
 // Nothing is checked, nothing is logged but the kernel's name at level 7, and the result is always 1.
 // Threads: free, as long as each call has its own output and bounds. Slices must be mapped and stay so.
 

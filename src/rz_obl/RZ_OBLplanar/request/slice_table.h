@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 
 namespace rz_obl {
 
@@ -19,8 +20,14 @@ Sample** make_slice_table(int depth, int first, int last, RasterOf rasterOf) {
     Sample** const table = static_cast<Sample**>(allocate_slice_table(depth));
     for (std::ptrdiff_t i = first; i <= last; ++i) table[i] = rasterOf(i);
     const std::ptrdiff_t end = static_cast<unsigned>(depth);
-    table[-1] = table[-2] = table[0];
-    table[end] = table[end + 1] = table[end - 1];
+    // bytewise, since a guard may repeat an entry that was never set
+    const auto repeat = [table](std::ptrdiff_t from, std::ptrdiff_t guard) {
+        std::memcpy(table + guard, table + from, sizeof *table);
+    };
+    repeat(0, -1);
+    repeat(0, -2);
+    repeat(end - 1, end);
+    repeat(end - 1, end + 1);
     return table;
 }
 

@@ -33,7 +33,8 @@ void scan_linear(const scan_args_16& args) {
                 sum += interpolate_cell(cell, position);  // at most 65535 planes of 16 bits: no wrap
                 position = _mm_add_epi32(position, toNextPlane);
             }
-            outputRow[column] = static_cast<short>(rounded_mean(sum, planesF));
+            // the mean of one sample is that sample
+            outputRow[column] = static_cast<short>(planes == 1 ? sum : rounded_mean(sum, planesF));
             position = _mm_add_epi32(position, toNextPixel);
         }
     }
