@@ -100,7 +100,6 @@ TEST(definitions_matrix, vectors_are_rows_summed_in_order) {
         ASSERT_EQ(point[3], 7.0F);  // the fourth float is not touched
         ASSERT_EQ(direction[3], 7.0F);
         ASSERT_EQ(result[3], -3.0F);
-        ASSERT_EQ(v[0], v[0]);
     }
 }
 

@@ -124,7 +124,9 @@ TEST(geometry_box_params, vertices_are_the_corners_of_the_unit_cube) {
                 corner |= static_cast<int>(nearest) << k;
             }
             corners.insert(corner);
-            if (i == 0) ASSERT_EQ(corner, 0);
+            if (i == 0) {
+                ASSERT_EQ(corner, 0);
+            }
         }
         ASSERT_EQ(corners.size(), 8U);
     }
