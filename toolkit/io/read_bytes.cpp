@@ -1,0 +1,77 @@
+#include "toolkit/io/read_bytes.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <memory>
+
+#include "toolkit/io/read_text.h"
+
+namespace rzobl {
+
+namespace fs = std::filesystem;
+
+std::uint64_t readable_size(const fs::path& file) {
+    std::error_code fault;
+    const fs::file_status status = fs::status(file, fault);
+    if (!fs::exists(status)) refuse("%s does not exist", file.c_str());
+    if (!fs::is_regular_file(status)) refuse("%s is not a regular file", file.c_str());
+    errno = 0;
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) refuse("%s cannot be opened: %s", file.c_str(), std::strerror(errno));
+    const std::uintmax_t size = fs::file_size(file, fault);
+    if (fault) refuse("%s cannot be opened: %s", file.c_str(), fault.message().c_str());
+    return size;
+}
+
+std::vector<std::uint8_t> first_bytes(const fs::path& file, std::size_t count) {
+    std::vector<std::uint8_t> bytes(count);
+    std::ifstream stream(file, std::ios::binary);
+    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(count));
+    bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(stream.gcount(), 0)));
+    return bytes;
+}
+
+Unpacked unpack(const fs::path& file, std::uint64_t offset, std::size_t keep, std::uint64_t limit) {
+    Unpacked result;
+    std::ifstream stream(file, std::ios::binary);
+    stream.seekg(static_cast<std::streamoff>(offset));
+
+    z_stream z{};
+    if (inflateInit2(&z, 15 + 32) != Z_OK) throw std::bad_alloc();  // 32: gzip or zlib, by its first bytes
+    const std::unique_ptr<z_stream, int (*)(z_stream*)> guard(&z, inflateEnd);
+
+    std::vector<std::uint8_t> in(1U << 16), out(1U << 17);
+    bool ended = false;  // at the end of a member
+    while (result.length < limit) {
+        if (z.avail_in == 0) {
+            stream.read(reinterpret_cast<char*>(in.data()), static_cast<std::streamsize>(in.size()));
+            z.next_in = in.data();
+            z.avail_in = static_cast<uInt>(std::max<std::streamsize>(stream.gcount(), 0));
+            if (z.avail_in == 0) break;
+        }
+        if (ended) {
+            if (*z.next_in != 0x1f) break;  // what follows is no further member
+            inflateReset(&z);
+            ended = false;
+        }
+        z.next_out = out.data();
+        z.avail_out = static_cast<uInt>(out.size());
+        const int state = inflate(&z, Z_NO_FLUSH);
+        const std::size_t made = out.size() - z.avail_out;
+        const std::size_t wanted = std::min(made, keep - result.first.size());
+        result.first.insert(result.first.end(), out.begin(),
+                            out.begin() + static_cast<std::ptrdiff_t>(wanted));
+        result.length += made;
+        ended = state == Z_STREAM_END;
+        if (state != Z_OK && state != Z_STREAM_END) break;
+    }
+    result.whole = ended || result.length >= limit;
+    result.length = std::min(result.length, limit);
+    return result;
+}
+
+}  // namespace rzobl

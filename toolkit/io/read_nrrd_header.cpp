@@ -1,0 +1,200 @@
+#include "toolkit/io/read_nrrd_header.h"
+
+#include <array>
+#include <map>
+#include <optional>
+
+#include "toolkit/io/read_bytes.h"
+#include "toolkit/io/read_header_text.h"
+#include "toolkit/io/read_text.h"
+
+namespace rzobl {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Fields {
+    std::map<std::string, std::string> fields;     // "name: value", names in lower case without blanks
+    std::map<std::string, std::string> keyValues;  // "name:=value"
+    std::uint64_t end = 0;
+    bool attached = false;
+
+    std::string get(const std::string& name) const {
+        const auto found = fields.find(name);
+        return found == fields.end() ? std::string() : found->second;
+    }
+};
+
+std::string without_blanks(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        if (c != ' ' && c != '\t') result += c;
+    }
+    return result;
+}
+
+/// A header ends with an empty line, before the samples, or with its file.
+Fields split(const fs::path& file) {
+    const std::string name = file.string();
+    const HeaderText text = read_header_text(
+        file, [](const std::string& line) { return line.empty(); }, true);
+    if (text.lines.empty() || text.lines[0].text.rfind("NRRD000", 0) != 0 || text.lines[0].text.size() != 8)
+        refuse("%s is no NRRD file (its first line is not NRRD000 and a digit)", name.c_str());
+    Fields result;
+    for (std::size_t i = 1; i < text.lines.size(); ++i) {
+        const std::string& line = text.lines[i].text;
+        result.end = text.lines[i].end;
+        if (line.empty()) {
+            result.attached = true;
+            break;
+        }
+        if (line[0] == '#') continue;
+        const std::size_t colon = line.find(':');
+        if (colon == std::string::npos)
+            refuse("%s: '%s' in its header is no field", name.c_str(), printable(line).c_str());
+        const std::string field = line.substr(0, colon);
+        if (line.compare(colon, 2, ":=") == 0) {
+            result.keyValues.emplace(field, line.substr(colon + 2));
+            continue;
+        }
+        const auto [entry, fresh] =
+            result.fields.emplace(lower_case(without_blanks(field)), trimmed(line.substr(colon + 1)));
+        if (!fresh) refuse("%s: its header states the field %s twice", name.c_str(), entry->first.c_str());
+    }
+    return result;
+}
+
+std::optional<SampleType> type_named(const std::string& name) {
+    static const std::map<std::string, SampleType> kTypes{
+        {"signed char", SampleType::Int8},
+        {"int8", SampleType::Int8},
+        {"int8_t", SampleType::Int8},
+        {"uchar", SampleType::UInt8},
+        {"unsigned char", SampleType::UInt8},
+        {"uint8", SampleType::UInt8},
+        {"uint8_t", SampleType::UInt8},
+        {"short", SampleType::Int16},
+        {"short int", SampleType::Int16},
+        {"signed short", SampleType::Int16},
+        {"signed short int", SampleType::Int16},
+        {"int16", SampleType::Int16},
+        {"int16_t", SampleType::Int16},
+        {"ushort", SampleType::UInt16},
+        {"unsigned short", SampleType::UInt16},
+        {"unsigned short int", SampleType::UInt16},
+        {"uint16", SampleType::UInt16},
+        {"uint16_t", SampleType::UInt16},
+        {"int", SampleType::Int32},
+        {"signed int", SampleType::Int32},
+        {"int32", SampleType::Int32},
+        {"int32_t", SampleType::Int32},
+        {"uint", SampleType::UInt32},
+        {"unsigned int", SampleType::UInt32},
+        {"uint32", SampleType::UInt32},
+        {"uint32_t", SampleType::UInt32},
+        {"float", SampleType::Float32},
+        {"double", SampleType::Float64},
+    };
+    const auto found = kTypes.find(lower_case(name));
+    return found == kTypes.end() ? std::nullopt : std::optional<SampleType>(found->second);
+}
+
+/// Three or four axes: samples, or the channels of colours and then samples.
+void take_axes(NrrdHeader& header, const Fields& fields, const std::string& name) {
+    std::vector<long long> sizes = integers_of(fields.get("sizes"), name, "sizes");
+    long long dimension = 0;
+    if (!parse_integer(fields.get("dimension"), dimension) ||
+        dimension != static_cast<long long>(sizes.size()))
+        refuse("%s: states %s dimensions and %zu sizes", name.c_str(),
+               printable(fields.get("dimension")).c_str(), sizes.size());
+    const std::string kinds = lower_case(fields.get("kinds"));
+    const std::string first = kinds.substr(0, kinds.find(' '));
+    const bool colours =
+        first == "rgb-color" || first == "3-color" || first == "vector" || first == "3-vector";
+    if (dimension == 4 && sizes[0] == 3 && colours) {
+        header.image.channels = 3;
+        sizes.erase(sizes.begin());
+    }
+    if (sizes.size() != 3 && sizes.size() != 2)
+        refuse("%s: has %lld dimensions%s; only single volumes of scalars or of red, green, blue can be read",
+               name.c_str(), dimension,
+               kinds.empty() ? "" : sentence(" (%s)", printable(kinds).c_str()).c_str());
+    header.image.size = sizes_of(sizes, name);
+}
+
+void take_rescale(NrrdHeader& header, const Fields& fields, const std::string& name) {
+    const auto take = [&](const char* key, double& value) {
+        const auto found = fields.keyValues.find(key);
+        if (found != fields.keyValues.end() && !parse_number(found->second, value))
+            refuse("%s: '%s' as its %s is not a number", name.c_str(), printable(found->second).c_str(), key);
+    };
+    take("rescale_slope", header.rescale.slope);
+    take("rescale_intercept", header.rescale.intercept);
+    if (header.rescale.slope == 0) refuse("%s: states a rescale slope of 0", name.c_str());
+}
+
+void check_data(const NrrdHeader& header, const Fields& fields, const fs::path& file) {
+    const std::string name = file.string();
+    const bool compressed = header.encoding == "gzip";
+    if (bytes_of(header.image.type) > 1 && fields.get("endian") != "little" && fields.get("endian") != "big")
+        refuse("%s: does not state the byte order of its samples (endian: little or big)", name.c_str());
+    const auto skip = [&](const char* field) {
+        long long value = 0;
+        const std::string stated = fields.get(field);
+        if (!stated.empty() && !parse_integer(stated, value))
+            refuse("%s: '%s' as its %s is not a number", name.c_str(), printable(stated).c_str(), field);
+        return value;
+    };
+    const long long bytes = skip("byteskip"), lines = skip("lineskip");
+    if (lines != 0) refuse("%s: its samples follow skipped lines, which is not supported", name.c_str());
+    if (bytes < -1 || (compressed && bytes != 0))
+        refuse("%s: a byte skip of %lld before %s samples is not supported", name.c_str(), bytes,
+               header.encoding.c_str());
+
+    fs::path data = file;
+    std::uint64_t offset = fields.end;
+    const std::string stated = fields.get("datafile");
+    if (!stated.empty()) {
+        if (lower_case(stated).rfind("list", 0) == 0 || stated.find('%') != std::string::npos)
+            refuse("%s: its samples lie in several files, which is not supported", name.c_str());
+        data = file.parent_path() / stated;
+        offset = 0;
+    } else if (!fields.attached) {
+        refuse("%s is cut short or damaged: no samples follow its header and it names no data file",
+               name.c_str());
+    }
+    if (bytes > 0) offset += static_cast<std::uint64_t>(bytes);
+    const ExpectedImage& image = header.image;
+    require_bytes(data, offset,
+                  std::uint64_t{image.size[0]} * image.size[1] * image.size[2] * bytes_of(image.type) *
+                      static_cast<std::uint64_t>(image.channels),
+                  compressed);
+}
+
+}  // namespace
+
+NrrdHeader read_nrrd_header(const fs::path& file) {
+    readable_size(file);
+    const std::string name = file.string();
+    const Fields fields = split(file);
+    NrrdHeader header;
+    take_axes(header, fields, name);
+    const std::optional<SampleType> type = type_named(fields.get("type"));
+    if (!type)
+        refuse("%s: samples of type '%s' are not supported", name.c_str(),
+               printable(fields.get("type")).c_str());
+    header.image.type = *type;
+
+    header.encoding = lower_case(fields.get("encoding"));
+    if (header.encoding == "gz") header.encoding = "gzip";
+    if (header.encoding != "raw" && header.encoding != "gzip")
+        refuse("%s: its encoding '%s' is not supported, only raw and gzip", name.c_str(),
+               printable(header.encoding).c_str());
+    header.space = lower_case(fields.get("space"));
+    take_rescale(header, fields, name);
+    check_data(header, fields, file);
+    return header;
+}
+
+}  // namespace rzobl
