@@ -13,10 +13,12 @@ namespace rzobl {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
+/// Beyond this distance a surface is not looked at more closely; more than any edge is blurred.
+constexpr double kFar = 20;
 constexpr double kHelixTurns = 2.5;
 constexpr double kHelixRadius = 32;
-constexpr double kHelixHeight = 110;
-constexpr double kHelixBottom = -62;
+constexpr double kHelixHeight = 62;
+constexpr double kHelixBottom = -18;
 
 /// A tissue in the three ways of sampling it.
 struct Tissue {
@@ -51,6 +53,8 @@ double distance(const Vec3& a, const Vec3& b) {
 /// Depth below the surface of an ellipsoid in mm, near enough for its edge: exact on the surface.
 double inside_ellipsoid(const Vec3& p, const Vec3& centre, const Vec3& radii) {
     const Vec3 d = added(p, scaled(centre, -1));
+    for (std::size_t k = 0; k < 3; ++k)
+        if (std::abs(d[k]) > radii[k] + kFar) return -kFar;
     const Vec3 q{d[0] / radii[0], d[1] / radii[1], d[2] / radii[2]};
     const Vec3 g{q[0] / radii[0], q[1] / radii[1], q[2] / radii[2]};
     const double steep = length(g);
@@ -58,32 +62,35 @@ double inside_ellipsoid(const Vec3& p, const Vec3& centre, const Vec3& radii) {
 }
 
 double inside_rod(const Vec3& p, const Vec3& from, const Vec3& to, double radius) {
+    for (std::size_t k = 0; k < 3; ++k)
+        if (p[k] < std::min(from[k], to[k]) - radius - kFar ||
+            p[k] > std::max(from[k], to[k]) + radius + kFar)
+            return -kFar;
     const Vec3 along = added(to, scaled(from, -1));
     const double t = std::clamp(dot(added(p, scaled(from, -1)), along) / dot(along, along), 0.0, 1.0);
     return radius - distance(p, added(from, scaled(along, t)));
 }
 
 double inside_helix(const Vec3& p) {
-    // The nearest point lies within half a turn of the one at the same height; a few steps find it.
-    double best = 1e9;
-    const double guess = (p[2] - kHelixBottom) / kHelixHeight;
-    const double near = std::hypot(p[0], p[1]) - kHelixRadius;
-    if (std::abs(near) > 20 || guess < -0.2 || guess > 1.2) return -20;
-    const double reach = 0.5 / kHelixTurns;
-    double middle = std::clamp(guess, 0.0, 1.0);
-    for (double width = reach; width > 1e-4; width *= 0.25) {
-        double bestT = middle;
-        for (int i = -8; i <= 8; ++i) {
-            const double t = std::clamp(middle + width * i / 8, 0.0, 1.0);
-            const double d = distance(p, phantom_helix(t));
-            if (d < best) {
-                best = d;
-                bestT = t;
-            }
+    const double off = std::hypot(p[0], p[1]) - kHelixRadius;
+    const double far = 2 * kPhantomHelixRadius;
+    if (std::abs(off) > far || p[2] < kHelixBottom - far || p[2] > kHelixBottom + kHelixHeight + far)
+        return -far;
+    // On each turn the nearest point lies close to the one in the same direction from the axis.
+    double nearest = far;
+    const double direction = std::atan2(p[1], p[0]) / (2 * kPi);
+    for (double turn = -1; turn <= kHelixTurns + 1; ++turn) {
+        double t = std::clamp((direction + turn) / kHelixTurns, 0.0, 1.0);
+        if (std::abs(phantom_helix(t)[2] - p[2]) > 2 * far) continue;
+        for (int step = 0; step < 3; ++step) {
+            const Vec3 at = phantom_helix(t);
+            const double w = 2 * kPi * kHelixTurns;
+            const Vec3 slope{-w * at[1], w * at[0], kHelixHeight};
+            t = std::clamp(t + dot(added(p, scaled(at, -1)), slope) / dot(slope, slope), 0.0, 1.0);
         }
-        middle = bestT;
+        nearest = std::min(nearest, distance(p, phantom_helix(t)));
     }
-    return kPhantomHelixRadius - best;
+    return kPhantomHelixRadius - nearest;
 }
 
 /// Adds the parts one over the other. edge: mm over which a surface is blurred, so that samples show no
@@ -96,6 +103,7 @@ class Painter {
         if (share > 0) tissue_ = mixed(tissue_, tissue, share);
     }
     void ball(const Tissue& tissue, const Vec3& centre, double radius) {
+        if (std::abs(p_[2] - centre[2]) > radius + kFar) return;
         paint(tissue, radius - distance(p_, centre));
     }
     void rod(const Tissue& tissue, const Vec3& from, const Vec3& to, double radius) {

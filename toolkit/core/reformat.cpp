@@ -96,6 +96,31 @@ Grid grid_of(const PlaneRequest& request) {
     return grid;
 }
 
+/// The grid without some samples at the start and the end of each of its first two axes.
+RZ_BoxParams inner_part(const Grid& grid, double before, double afterColumns, double afterRows) {
+    const Vec3 start = grid.toPhysical({before - 0.5, before - 0.5, -0.5});
+    const Vec3 length{grid.size[0] - before - afterColumns, grid.size[1] - before - afterRows,
+                      static_cast<double>(grid.size[2])};
+    Vec3 sides[3];
+    for (std::size_t k = 0; k < 3; ++k) sides[k] = scaled(grid.direction[k], grid.spacing[k] * length[k]);
+    return {start.data(), sides[0].data(), sides[1].data(), sides[2].data()};
+}
+
+/// The part of the volume in which every sample of a scan has the neighbours that its interpolation wants.
+/// Outside it the semi-cubic kernels give 0, which in a CT is water, and the cubic one for colours takes
+/// neighbours from other rows; the background is the better answer there.
+RZ_BoxParams sampled_part(const Volume& volume, const PlaneRequest& request, const RZ_Box& volumeBox) {
+    const Grid& grid = volume.grid();
+    const bool cubic = request.quality == Quality::Cubic;
+    // Slices far apart turn cubic into semi-cubic.
+    const bool semicubic = request.quality == Quality::SemiCubic || (cubic && volumeBox.GetSliceZf() > 4.0F);
+    const bool narrower = std::min(grid.size[0], grid.size[1]) > 4 && request.type == Type::Average;
+    // The last row but two is not read to its end either.
+    if (narrower && volume.kind() == SampleKind::Int16 && semicubic) return inner_part(grid, 1, 1, 2);
+    if (narrower && volume.kind() == SampleKind::Rgb && cubic) return inner_part(grid, 1, 1, 1);
+    return volumeBox.params;
+}
+
 /// Slice objects of this call: the first one, which says how samples read, is a copy with the volume's
 /// fields, so that volumes that share samples may be drawn at once.
 class CallSlices {
@@ -197,10 +222,10 @@ Image reformat(const Volume& volume, const PlaneRequest& asked) {
     image.firstRow = image.height();
     image.firstColumn = image.width();
     CallSlices slices(volume);
-    RZ_PlanarObliqueProjection(slices.data(), volumeBox, volumeBox.params, plane, nullptr,
-                               reinterpret_cast<char*>(image.samples.data()), outputBox, &image.firstRow,
-                               &image.lastRow, &image.firstColumn, &image.lastColumn, 0, volumeBox.zDim - 1,
-                               request.quality, halfThickness, request.type);
+    RZ_PlanarObliqueProjection(slices.data(), volumeBox, sampled_part(volume, request, volumeBox), plane,
+                               nullptr, reinterpret_cast<char*>(image.samples.data()), outputBox,
+                               &image.firstRow, &image.lastRow, &image.firstColumn, &image.lastColumn, 0,
+                               volumeBox.zDim - 1, request.quality, halfThickness, request.type);
     if (image.firstColumn > image.lastColumn) refuse_empty(volume, request);
 
     if (mixes) {
