@@ -1,0 +1,97 @@
+#include <gtest/gtest.h>
+
+#include "rz_obl/RZ_OBLplanar/kernels/semicubic/scan_semicubic.h"
+#include "tests/reference/semicubic.h"
+#include "tests/support/branches.h"
+#include "tests/support/scan_case.h"
+
+// The semi-cubic kernels against their plain forms, on seeded cases that together reach every branch.
+
+namespace {
+
+using namespace rz_test;
+
+using Kernel = void (*)(const rz_obl::scan_args_16&);
+using Reference = void (*)(const rz_obl::scan_args_16&, Branches&);
+
+void compare(Kernel kernel, Reference reference, ScanOptions options, Branches& branches) {
+    // x and y are tested by the kernel, slices and their guards serve z.
+    options.reach = Reach::kAnywhere;
+    for (const Seed seed : seeds(3500)) {
+        auto c = make_scan_case<ScanCase16>(seed, options);
+        c.quality = seed % 2 == 0 ? 3 : 2;
+        const auto want = run([&](const auto& args) { reference(args, branches); }, c);
+        const auto got = run(kernel, c);
+        ASSERT_EQ(first_difference(c, want, got), "");
+    }
+}
+
+std::string never_met_of_all(const Branches& branches) {
+    return branches.never_met({"empty span",
+                               "span of one column",
+                               "no row seen",
+                               "no plane at all",
+                               "half a sample shifted",
+                               "not shifted",
+                               "shift spares the clamp in x",
+                               "shift spares the clamp in y",
+                               "start clamped in x",
+                               "start clamped in y",
+                               "dropped: column negative",
+                               "dropped: row negative",
+                               "dropped: column 0",
+                               "dropped: row 0",
+                               "dropped: column W - 2",
+                               "dropped: row T - 2",
+                               "dropped: column beyond",
+                               "dropped: row beyond",
+                               "used: column 1",
+                               "used: row 1",
+                               "used: column W - 3",
+                               "used: row T - 3",
+                               "guard slice before the first",
+                               "first stage saturated above",
+                               "first stage saturated below",
+                               "linear fraction below 15 bits",
+                               "linear stage truncated up",
+                               "sample above 16 bits",
+                               "sample below 16 bits",
+                               "single plane dropped",
+                               "all planes dropped",
+                               "some planes dropped",
+                               "all planes used",
+                               "negative mean truncated toward zero",
+                               "slab walked backward",
+                               "signed: limited above",
+                               "signed: limited below",
+                               "unsigned: limited below",
+                               "unsigned: limited above"});
+}
+
+TEST(ScanSemicubicRandom, linear_along_z) {
+    Branches branches;
+    compare(rz_obl::scan_semicubic_z, rz_reference::scan_semicubic_z, {}, branches);
+    EXPECT_EQ(never_met_of_all(branches), "");
+    EXPECT_EQ(branches.never_met({"dropped: end of the raster", "used: just before the end of the raster"}),
+              "");
+}
+
+TEST(ScanSemicubicRandom, linear_along_y) {
+    ScanOptions options;
+    options.slicesBelow = 1;
+    options.slicesAbove = 2;
+    Branches branches;
+    compare(rz_obl::scan_semicubic_y, rz_reference::scan_semicubic_y, options, branches);
+    EXPECT_EQ(never_met_of_all(branches), "");
+}
+
+TEST(ScanSemicubicRandom, linear_along_x) {
+    ScanOptions options;
+    options.slicesBelow = 1;
+    options.slicesAbove = 2;
+    Branches branches;
+    compare(rz_obl::scan_semicubic_x, rz_reference::scan_semicubic_x, options, branches);
+    EXPECT_EQ(never_met_of_all(branches), "");
+}
+
+}  // namespace

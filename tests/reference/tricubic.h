@@ -1,0 +1,11 @@
+#pragma once
+
+#include "rz_obl/RZ_OBLplanar/kernels/scan_args.h"
+#include "tests/support/branches.h"
+
+namespace rz_reference {
+
+/// scan_tricubic, one statement per step. branches: what the cases met.
+void scan_tricubic(const rz_obl::scan_args_16& args, rz_test::Branches& branches);
+
+}  // namespace rz_reference
