@@ -5,6 +5,7 @@
 #include <climits>
 
 #include "rz_obl/RZ_OBLplanar/kernels/linear/scan_linear.h"
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 #include "tests/support/scan_case.h"
 
 // scan_linear at its edges, with numbers worked out by hand. One sample is 262144 units of Q18; each stage
@@ -15,6 +16,15 @@ namespace {
 using namespace rz_test;
 
 using Result = Outcome<short, int>;
+
+/// Both forms, where the processor has the wide one.
+Result run_linear(const ScanCase16& c) {
+    const Result o = run(rz_obl::scan_linear, c);
+    if (rz_obl::g_cpuFeatures.hasAvx2()) {
+        EXPECT_EQ(first_difference(c, o, run(rz_obl::scan_linear_avx2, c)), "");
+    }
+    return o;
+}
 
 void fill(ScanCase16& c, int slice, short value) {
     auto& raster = c.rasters[static_cast<std::size_t>(slice)];
@@ -50,7 +60,7 @@ TEST(ScanLinearEdges, span_of_one_column_is_left_untouched_and_does_not_count) {
     fill_all(c, 1000);
     set_span(c, 0, 5, 5);
     set_span(c, 1, 5, 6);
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     for (int column = 0; column < 9; ++column) {
         EXPECT_FALSE(written(c, o, column, 0));
         EXPECT_EQ(written(c, o, column, 1), column == 5 || column == 6);
@@ -65,18 +75,18 @@ TEST(ScanLinearEdges, all_spans_empty_still_moves_the_bounds) {
     set_span(c, 0, 1, 0);
     set_span(c, 1, 3, 3);
     c.bounds = {7, -4, 30, -6};
-    auto o = run(rz_obl::scan_linear, c);
+    auto o = run_linear(c);
     EXPECT_TRUE(o.output.untouched());
     EXPECT_EQ(o.bounds, (Bounds{0, 0, 9, 0}));
     c.bounds = {-2, 5, 3, 8};
-    o = run(rz_obl::scan_linear, c);
+    o = run_linear(c);
     EXPECT_EQ(o.bounds, (Bounds{-2, 5, 3, 8}));
 }
 
 TEST(ScanLinearEdges, no_rows_move_the_bounds_like_empty_ones) {
     auto c = blank_scan_case<ScanCase16>(12, 4, 2, 0, 9);
     c.bounds = {7, -4, 30, -6};
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     EXPECT_TRUE(o.output.untouched());
     EXPECT_EQ(o.bounds, (Bounds{0, 0, 9, 0}));
 }
@@ -85,7 +95,7 @@ TEST(ScanLinearEdges, spans_are_signed_16_bit) {
     // As unsigned numbers 0xfff0 to 3 would be empty and 2 to 0xfff0 would not.
     auto c = blank_scan_case<ScanCase16>(12, 4, 2, 1, 9);
     set_span(c, 0, 2, -16);
-    EXPECT_TRUE(run(rz_obl::scan_linear, c).output.untouched());
+    EXPECT_TRUE(run_linear(c).output.untouched());
     c.rowStride = 9;
     c.rowCount = 1;
     c.planeToIndex[0][0] = 0.0F;
@@ -93,7 +103,7 @@ TEST(ScanLinearEdges, spans_are_signed_16_bit) {
     c.columnStep = {0, 0, 0};
     set_span(c, 0, -16, 3);
     fill_all(c, 1000);
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     EXPECT_EQ(o.output.data()[-16], 997);
     EXPECT_EQ(o.output.data()[3], 997);
     EXPECT_EQ(o.bounds, (Bounds{0, 0, -16, 3}));
@@ -105,7 +115,7 @@ TEST(ScanLinearEdges, skipped_row_still_advances_the_raster) {
         for (int x = 0; x < 6; ++x) sample(c, x, y, 0) = static_cast<short>(-100 * y - x);
     }
     set_span(c, 1, 1, 0);
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     EXPECT_EQ(pixel(c, o, 0, 0), 0);
     EXPECT_EQ(pixel(c, o, 3, 0), -3);
     EXPECT_FALSE(written(c, o, 0, 1));
@@ -126,7 +136,7 @@ TEST(ScanLinearEdges, constant_fields_lose_three_units_or_none) {
             c.planeToIndex[3][0] = fraction;
             c.planeToIndex[3][1] = fraction;
             c.planeToIndex[3][2] = fraction;
-            const auto o = run(rz_obl::scan_linear, c);
+            const auto o = run_linear(c);
             EXPECT_EQ(pixel(c, o, 2, 1), k.image) << "field " << k.field << ", fraction " << fraction;
         }
     }
@@ -141,14 +151,14 @@ TEST(ScanLinearEdges, slab_mean_rounds_halves_away_from_nought) {
     fill(c, 0, 4);
     fill(c, 1, 5);
     fill(c, 2, 5);
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 2, 0), 2);
+    EXPECT_EQ(pixel(c, run_linear(c), 2, 0), 2);
     fill(c, 0, -1);
     fill(c, 1, -2);
     fill(c, 2, -2);
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 2, 0), -2);
+    EXPECT_EQ(pixel(c, run_linear(c), 2, 0), -2);
     // -1, -1, -2: -4 / 3 - 0.5 = -1.83.
     fill(c, 1, -1);
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 2, 0), -1);
+    EXPECT_EQ(pixel(c, run_linear(c), 2, 0), -1);
 }
 
 TEST(ScanLinearEdges, slab_starts_on_its_negative_side_and_returns_for_each_pixel) {
@@ -161,7 +171,7 @@ TEST(ScanLinearEdges, slab_starts_on_its_negative_side_and_returns_for_each_pixe
     for (int z = 0; z < 4; ++z) fill(c, z, static_cast<short>(-10 * z));
     fill(c, 4, -400);
     fill(c, 5, 30000);
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     for (int column = 0; column < 5; ++column) EXPECT_EQ(pixel(c, o, column, 1), -92);
 }
 
@@ -171,7 +181,7 @@ TEST(ScanLinearEdges, negative_slab_steps_write_nought_without_start_correction)
     for (const int steps : {-1, -2, -32768}) {
         c.slabSteps = steps;
         c.slabStep = {262144, 0, 0};
-        const auto o = run(rz_obl::scan_linear, c);
+        const auto o = run_linear(c);
         for (int column = 0; column < 5; ++column) EXPECT_EQ(pixel(c, o, column, 1), 0);
         EXPECT_EQ(o.bounds, (Bounds{0, 1, 0, 4}));
     }
@@ -192,7 +202,7 @@ TEST(ScanLinearEdges, start_below_nought_is_clamped_once_and_shifts_the_whole_ru
         c.columnStep = {0, 0, 0};
         c.columnStep[static_cast<std::size_t>(axis)] = 131072;
         c.planeToIndex[3][axis] = -3.0F / 262144.0F;
-        const auto o = run(rz_obl::scan_linear, c);
+        const auto o = run_linear(c);
         EXPECT_EQ(pixel(c, o, 0, 0), 0);
         EXPECT_EQ(pixel(c, o, 1, 0), axis == 0 ? 16381 : 16382) << "axis " << axis;
     }
@@ -205,7 +215,7 @@ TEST(ScanLinearEdges, clamp_follows_the_slab_start_and_is_not_repeated) {
     for (int x = 0; x < 8; ++x) sample(c, x, 0, 0) = sample(c, x, 1, 0) = static_cast<short>(-10 * x);
     c.slabSteps = 1;
     c.slabStep = {262144, 0, 0};
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     EXPECT_EQ(pixel(c, o, 0, 0), -10);
     EXPECT_EQ(pixel(c, o, 1, 0), -20);
 }
@@ -218,12 +228,12 @@ TEST(ScanLinearEdges, z_just_below_nought_reads_the_guard_slice) {
     c.table[1] = guard.data();
     fill(c, 0, -1000);
     c.planeToIndex[3][2] = -1.0F;
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 0, 0), -3000);
+    EXPECT_EQ(pixel(c, run_linear(c), 0, 0), -3000);
     c.planeToIndex[3][2] = -0.5F;
     // -3000 x 16383 - 1000 x 16384 = -65533000, over 32768 = -1999.9: down to -2000.
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 0, 0), -2000);
+    EXPECT_EQ(pixel(c, run_linear(c), 0, 0), -2000);
     c.planeToIndex[3][2] = -1.0F / 262144.0F;
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 0, 0), -1000);
+    EXPECT_EQ(pixel(c, run_linear(c), 0, 0), -1000);
 }
 
 TEST(ScanLinearEdges, last_slice_and_its_guard_meet_beyond_the_volume) {
@@ -234,7 +244,7 @@ TEST(ScanLinearEdges, last_slice_and_its_guard_meet_beyond_the_volume) {
     fill(c, 1, -1000);
     c.planeToIndex[3][2] = 1.75F;
     // Fraction 24576: -1000 x 8191 - 3000 x 24576 = -81919000, over 32768 = -2499.97.
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 0, 0), -2500);
+    EXPECT_EQ(pixel(c, run_linear(c), 0, 0), -2500);
 }
 
 TEST(ScanLinearEdges, eight_different_neighbours) {
@@ -252,7 +262,7 @@ TEST(ScanLinearEdges, eight_different_neighbours) {
     for (int k = 0; k < 3; ++k) c.planeToIndex[3][k] = 0.5F;
     c.planeToIndex[0][0] = 0.0F;
     c.columnStep = {0, 0, 0};
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 1, 0), 173);
+    EXPECT_EQ(pixel(c, run_linear(c), 1, 0), 173);
 }
 
 TEST(ScanLinearEdges, three_lowest_bits_of_a_coordinate_are_dropped) {
@@ -264,7 +274,7 @@ TEST(ScanLinearEdges, three_lowest_bits_of_a_coordinate_are_dropped) {
     c.planeToIndex[0][0] = 1.0F / 262144.0F;
     c.planeToIndex[3][0] = 131064.0F / 262144.0F;
     c.columnStep = {1, 0, 0};
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     for (int column = 0; column < 12; ++column) {
         EXPECT_EQ(pixel(c, o, column, 0), column < 8 ? 16380 : 16381) << column;
     }
@@ -286,7 +296,7 @@ TEST(ScanLinearEdges, start_is_single_precision_row_first_then_column_then_trans
     c.planeToIndex[3][0] = 175.1F;
     c.columnStep = {0, 0, 0};
     for (int row = 0; row < 4; ++row) set_span(c, row, 3, row == 3 ? short{4} : short{3});
-    EXPECT_EQ(pixel(c, run(rz_obl::scan_linear, c), 3, 3), 29489);
+    EXPECT_EQ(pixel(c, run_linear(c), 3, 3), 29489);
 }
 
 TEST(ScanLinearEdges, offsets_beyond_16_bits) {
@@ -296,7 +306,7 @@ TEST(ScanLinearEdges, offsets_beyond_16_bits) {
     sample(c, 8, 3, 0) = -88;
     c.planeToIndex[3][0] = 7.0F;
     c.planeToIndex[3][1] = 3.0F;
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     EXPECT_EQ(pixel(c, o, 0, 0), -77);
     EXPECT_EQ(pixel(c, o, 1, 0), -88);
 }
@@ -309,7 +319,7 @@ TEST(ScanLinearEdges, positions_wrap_in_32_bits) {
     }
     c.slabStep = {INT_MAX, 0, 0};
     c.planeToIndex[3][0] = 1.0F;
-    const auto o = run(rz_obl::scan_linear, c);
+    const auto o = run_linear(c);
     EXPECT_EQ(pixel(c, o, 0, 0), -20);
     EXPECT_EQ(pixel(c, o, 1, 0), -30);
 }
@@ -321,11 +331,11 @@ TEST(ScanLinearEdges, bounds_collect_over_rows_and_calls) {
     set_span(c, 2, 3, 5);
     set_span(c, 3, 5, 8);
     set_span(c, 4, 8, 2);
-    EXPECT_EQ(run(rz_obl::scan_linear, c).bounds, (Bounds{1, 3, 3, 8}));
+    EXPECT_EQ(run_linear(c).bounds, (Bounds{1, 3, 3, 8}));
     c.bounds = {2, 2, 5, 5};
-    EXPECT_EQ(run(rz_obl::scan_linear, c).bounds, (Bounds{1, 3, 3, 8}));
+    EXPECT_EQ(run_linear(c).bounds, (Bounds{1, 3, 3, 8}));
     c.bounds = {0, 4, 0, 9};
-    EXPECT_EQ(run(rz_obl::scan_linear, c).bounds, (Bounds{0, 4, 0, 9}));
+    EXPECT_EQ(run_linear(c).bounds, (Bounds{0, 4, 0, 9}));
 }
 
 }  // namespace

@@ -54,6 +54,7 @@ using rz_obl::scan_args_8;
     }
 
 RZ_KERNEL(scan_linear, "_ZN6rz_obl11scan_linearERKNS_9scan_argsIsiEE", scan_args_16)
+RZ_KERNEL(scan_linear_avx2, "_ZN6rz_obl16scan_linear_avx2ERKNS_9scan_argsIsiEE", scan_args_16)
 RZ_KERNEL(scan_semicubic_x, "_ZN6rz_obl16scan_semicubic_xERKNS_9scan_argsIsiEE", scan_args_16)
 RZ_KERNEL(scan_semicubic_y, "_ZN6rz_obl16scan_semicubic_yERKNS_9scan_argsIsiEE", scan_args_16)
 RZ_KERNEL(scan_semicubic_z, "_ZN6rz_obl16scan_semicubic_zERKNS_9scan_argsIsiEE", scan_args_16)
