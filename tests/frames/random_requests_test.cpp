@@ -3,8 +3,6 @@
 #include <cstring>
 #include <string>
 
-#include "rz_obl/RZ_OBLplanar/state/module_state.h"
-#include "rz_obl/RZ_OBLplanar/weights/cubic_weight_table.h"
 #include "rz_obl/rz_obl.h"
 #include "tests/cases/planar_request.h"
 #include "tests/frames/recorder.h"
@@ -154,7 +152,6 @@ TEST(RandomRequests, RZ_CalcOblique) {
 
 template <class Sample>
 void compare_projection(int pixelKind, int count) {
-    rz_obl::build_weight_table(rz_obl::g_cubicWeightTable);
     Branches branches;
     for (const Seed seed : seeds(count)) {
         PlanarRequest request = make_planar_request(seed, pixelKind, branches);

@@ -22,7 +22,7 @@ const char* entry_of_projection(int pixelKind, int type);
 
 /// RZ_CalcOblique over all slices: raster and bounds.
 void calc_oblique(rz_test::PlanarRequest& request, short* output, std::array<int, 4>& bounds);
-/// RZ_PlanarObliqueProjection over all slices. The cubic weight table must have been built.
+/// RZ_PlanarObliqueProjection over all slices.
 void planar_projection(rz_test::PlanarRequest& request, void* output, std::array<int, 4>& bounds);
 
 }  // namespace rz_reference
