@@ -219,12 +219,25 @@ TEST(Pager, blocks_outlive_the_handle_that_made_them) {
     EXPECT_EQ(bytesOf(info)[4095], 3);
 }
 
+TEST(Pager, handles_go_on_when_others_are_deleted_or_dropped) {
+    MEM_MemPager* dropped = MEM_MemPager::GetHandleForMP();
+    MEM_MemPager* deleted = MEM_MemPager::GetHandleForMP();
+    delete deleted;
+    delete MEM_MemPager::GetHandleForMP();
+    MEM_PagerInfo first;
+    MEM_PagerInfo second;
+    EXPECT_EQ(dropped->Allocate(64, &first, 16), 0);
+    EXPECT_EQ(MEM_MemPager::GetHandleForMP()->Allocate(64, &second, 16), 0);
+    EXPECT_NE(first.Ptr(), second.Ptr());
+}
+
 TEST(Pager, first_slots_of_a_handle_are_its_destructor) {
     static bool destroyed = false;
     struct Probe : MEM_MemPager {
         ~Probe() override { destroyed = true; }
     };
-    auto* probe = new Probe;
+    static Probe handle;
+    MEM_MemPager* probe = &handle;
     // The Itanium layout: complete destructor, deleting destructor.
     using Destructor = void (*)(void*);
     const auto* slots = *reinterpret_cast<Destructor**>(probe);

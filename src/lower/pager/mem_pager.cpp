@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <mutex>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -92,7 +93,10 @@ int MEM_PagerInfo::Unmap() {
 MEM_MemPager::~MEM_MemPager() = default;
 
 MEM_MemPager* MEM_MemPager::GetHandleForMP() {
-    return new MEM_MemPager;
+    // In static storage: callers drop handles, and these must not pile up.
+    alignas(MEM_MemPager) static unsigned char storage[sizeof(MEM_MemPager)];
+    static MEM_MemPager* const handle = ::new (storage) MEM_MemPager;
+    return handle;
 }
 
 int MEM_MemPager::Allocate(unsigned int bytes, MEM_PagerInfo* info, int) {
