@@ -8,6 +8,7 @@
 #include "lower/geometry/clip_bounds.h"
 #include "lower/geometry/dims.h"
 #include "lower/geometry/plane.h"
+#include "lower/geometry/spline.h"
 #include "lower/log/log.h"
 #include "lower/pager/mem_pager.h"
 #include "lower/settings/whiteboard.h"
