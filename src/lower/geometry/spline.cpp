@@ -23,8 +23,8 @@ RZ_3Coord to_coord(const point3& p) {
     return RZ_3Coord(static_cast<float>(p.v[0]), static_cast<float>(p.v[1]), static_cast<float>(p.v[2]));
 }
 
-std::shared_ptr<const arc_curve> make_curve(std::vector<point3> points, EDGE_TYPE edge) {
-    return std::make_shared<const arc_curve>(std::move(points), edge == EDGE_CLOSED);
+std::unique_ptr<const arc_curve> make_curve(std::vector<point3> points, EDGE_TYPE edge) {
+    return std::make_unique<const arc_curve>(std::move(points), edge == EDGE_CLOSED);
 }
 
 // Arc lengths of a run of equally spaced points.
@@ -69,6 +69,20 @@ RZ_Spline::RZ_Spline(const RZ_3Coord* points, int count, const RZ_3Coord& sweep,
         rz_obl::any_orthogonal(line.v, direction.v);
     }
     sweepDirection = to_coord(direction);
+}
+
+RZ_Spline::RZ_Spline(const RZ_Spline& other)
+    : splineKind(other.splineKind),
+      sweepDirection(other.sweepDirection),
+      edge_(other.edge_),
+      curve_(std::make_unique<const arc_curve>(*other.curve_)) {}
+
+RZ_Spline& RZ_Spline::operator=(const RZ_Spline& other) {
+    curve_ = std::make_unique<const arc_curve>(*other.curve_);
+    splineKind = other.splineKind;
+    sweepDirection = other.sweepDirection;
+    edge_ = other.edge_;
+    return *this;
 }
 
 RZ_Spline::~RZ_Spline() = default;

@@ -46,8 +46,8 @@ class RZ_LOWER_API RZ_Spline {
     /// becomes one across the curve). Copies the points. A curve with one point stays there.
     RZ_Spline(const RZ_3Coord* points, int count, const RZ_3Coord& sweep, SPLINE_TYPE type = SPLINE_CURVE,
               EDGE_TYPE edge = EDGE_OPEN);
-    RZ_Spline(const RZ_Spline&) = default;
-    RZ_Spline& operator=(const RZ_Spline&) = default;
+    RZ_Spline(const RZ_Spline& other);
+    RZ_Spline& operator=(const RZ_Spline& other);
     virtual ~RZ_Spline();
 
     /// Arc length of the whole curve. The argument is always 0.
@@ -82,5 +82,5 @@ class RZ_LOWER_API RZ_Spline {
 
   private:
     EDGE_TYPE edge_;
-    std::shared_ptr<const rz_obl::arc_curve> curve_;
+    std::unique_ptr<const rz_obl::arc_curve> curve_;
 };
