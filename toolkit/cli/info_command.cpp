@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -75,7 +76,7 @@ nlohmann::ordered_json json_of(const ReadResult& input) {
 }
 
 void line(const std::string& name, const std::string& value) {
-    std::printf("%-12s %s\n", (name + ":").c_str(), value.c_str());
+    std::printf("%-17s %s\n", (name + ":").c_str(), value.c_str());
 }
 
 void print(const ReadResult& input) {
@@ -98,7 +99,9 @@ void print(const ReadResult& input) {
     line("samples", samples);
     if (volume.kind() != SampleKind::Rgb) {
         const auto [least, greatest] = value_range(volume);
-        line("rescale", "stored x " + text(volume.rescale.slope) + " + " + text(volume.rescale.intercept));
+        line("rescale", "stored x " + text(volume.rescale.slope) +
+                            (volume.rescale.intercept < 0 ? " - " : " + ") +
+                            text(std::abs(volume.rescale.intercept)));
         line("values", text(least) + " to " + text(greatest));
     }
     if (volume.padding) line("padding", std::to_string(*volume.padding) + " (stored)");

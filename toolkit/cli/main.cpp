@@ -3,6 +3,7 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -45,6 +46,9 @@ int run(int argc, char** argv) {
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& usage) {
+        const std::vector<std::string> rest = program.remaining();
+        if (program.get_subcommands().empty() && !rest.empty() && rest.front().rfind('-', 0) != 0)
+            return complain(1, "there is no command " + rest.front() + "; see rzobl --help");
         return complain(1, std::string(usage.what()) + "; see rzobl --help-all");
     }
 }

@@ -43,7 +43,7 @@ PlaneRequest request_of(const MprArguments& arguments) {
 
 void run(const MprArguments& arguments) {
     // What can be refused without the volume is refused first.
-    const PlaneRequest request = request_of(arguments);
+    PlaneRequest request = request_of(arguments);
     const OutputFormat format = output_format(arguments.output.path);
     const std::optional<Window> asked = window(arguments.window);
     if (asked && format != OutputFormat::Png)
@@ -53,6 +53,7 @@ void run(const MprArguments& arguments) {
 
     const ReadResult input =
         read_input(arguments.input.path, arguments.input.options(), arguments.output.quiet);
+    request = resolve(input.volume, request);
     const Stopwatch watch;
     const Image image = [&] {
         const Progress progress("drawing " + arguments.output.path, arguments.output.quiet);

@@ -5,6 +5,7 @@
 #include "toolkit/cli/arguments.h"
 #include "toolkit/cli/commands.h"
 #include "toolkit/cli/progress.h"
+#include "toolkit/core/error.h"
 #include "toolkit/core/phantom.h"
 #include "toolkit/io/output_file.h"
 #include "toolkit/io/write_volume.h"
@@ -21,7 +22,9 @@ struct PhantomArguments {
 void run(const PhantomArguments& arguments) {
     const SampleKind samples = kind(arguments.kind);
     const Grid grid = phantom_grid(number("--spacing", arguments.spacing));
-    output_format(arguments.output.path);
+    if (output_format(arguments.output.path) == OutputFormat::Png)
+        throw Error(
+            "a phantom is a volume, and a PNG holds a picture; give OUT the ending .nrrd, .mha or .nii.gz");
     OutputFile::check(arguments.output.path, arguments.output.force);
     const Progress progress("making " + arguments.output.path, arguments.output.quiet);
     write_volume(make_phantom(grid, samples), arguments.output.path, arguments.output.force);

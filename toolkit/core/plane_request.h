@@ -42,7 +42,8 @@ enum class Preset { Axial, Coronal, Sagittal, Oblique };
 PlaneRequest preset_request(Preset preset);
 
 /// Fills in the defaults and checks everything: throws Error with one sentence. The result has every optional
-/// but background set, normal and up at right angles and of length 1.
+/// set, normal and up at right angles and of length 1. Looks at every sample where the background defaults to
+/// the least value.
 PlaneRequest resolve(const Volume& volume, const PlaneRequest& request);
 
 /// Draws it. Throws Error, also where the picture would not meet the volume at all. Threads: free; a volume

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "rz_obl/rz_obl.h"
+#include "toolkit/core/background.h"
 #include "toolkit/core/coverage.h"
 #include "toolkit/core/error.h"
 #include "toolkit/core/plane_request.h"
@@ -18,48 +19,6 @@ namespace {
 
 using Type = RZ_OBL_RenditionType;
 using Quality = RZ_OBL_RenditionQuality;
-
-struct Bounds {
-    int least, greatest;
-};
-
-/// Stored values that a sample of the volume can hold.
-Bounds stored_bounds(const Volume& volume) {
-    if (volume.kind() == SampleKind::Rgb) return {0, 255};
-    if (volume.kind() == SampleKind::UInt8) return volume.isSigned ? Bounds{-128, 127} : Bounds{0, 255};
-    return {std::numeric_limits<std::int16_t>::min(), std::numeric_limits<std::int16_t>::max()};
-}
-
-template <class Sample>
-int least_sample(const Volume& volume) {
-    const Grid& grid = volume.grid();
-    const auto count = static_cast<std::size_t>(grid.size[0]) * static_cast<std::size_t>(grid.size[1]);
-    Sample least = std::numeric_limits<Sample>::max();
-    for (int k = 0; k < grid.size[2]; ++k) {
-        const auto* const raster = static_cast<const Sample*>(volume.raster(k));
-        for (std::size_t i = 0; i < count; ++i) least = std::min(least, raster[i]);
-    }
-    return least;
-}
-
-int stored_background(const Volume& volume, const std::optional<double>& value) {
-    if (!value) {
-        if (volume.kind() == SampleKind::Rgb) return 0;
-        if (volume.padding) return *volume.padding;
-        if (volume.kind() == SampleKind::Int16) return least_sample<std::int16_t>(volume);
-        return volume.isSigned ? least_sample<std::int8_t>(volume) : least_sample<std::uint8_t>(volume);
-    }
-    const Rescale rescale = volume.kind() == SampleKind::Rgb ? Rescale{} : volume.rescale;
-    const double stored = std::round((*value - rescale.intercept) / rescale.slope);
-    const Bounds bounds = stored_bounds(volume);
-    if (!(stored >= bounds.least && stored <= bounds.greatest)) {
-        const double a = bounds.least * rescale.slope + rescale.intercept;
-        const double b = bounds.greatest * rescale.slope + rescale.intercept;
-        throw Error("a background of " + text(*value) + " does not fit the volume's samples, which hold " +
-                    text(std::min(a, b)) + " to " + text(std::max(a, b)));
-    }
-    return static_cast<int>(stored);
-}
 
 /// The plane's own frame has its origin in the middle of the picture, x to the right, y down.
 RZ_PlaneParams plane_of(const PlaneRequest& request) {
@@ -202,7 +161,7 @@ Image reformat(const Volume& volume, const PlaneRequest& asked) {
     image.isSigned = volume.isSigned;
     image.bitDepth = volume.bitDepth;
     image.rescale = volume.rescale;
-    image.background = stored_background(volume, request.background);
+    image.background = stored_background(volume, *request.background);
     const std::size_t bytes = static_cast<std::size_t>(image.width()) *
                               static_cast<std::size_t>(image.height()) * bytesPerSample(image.kind);
     try {

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <string>
 
+#include "toolkit/core/background.h"
 #include "toolkit/core/error.h"
 #include "toolkit/core/plane_request.h"
 #include "toolkit/core/text.h"
@@ -166,6 +167,8 @@ PlaneRequest resolve(const Volume& volume, const PlaneRequest& request) {
     if (!done.size)
         done.size = {pixels_for(wide, *done.spacing, "columns"), pixels_for(high, *done.spacing, "rows")};
     check_steps(grid, across, *done.spacing);
+    if (!done.background) done.background = default_background(volume);
+    stored_background(volume, *done.background);
     return done;
 }
 
