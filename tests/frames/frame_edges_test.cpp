@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "tests/frames/simple_request.h"
+#include "tests/frames/answer.h"
 
 // The reslice frame on numbers worked out by hand. In a volume of 1 mm that starts at the origin, sample i
 // has its centre at i + 0.5 mm.

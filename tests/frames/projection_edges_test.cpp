@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "rz_obl/RZ_OBLplanar/state/module_state.h"
-#include "tests/frames/simple_request.h"
+#include "tests/frames/answer.h"
 
 // What RZ_PlanarObliqueProjection and RZ_CalcOblique do beyond the frame: slice tables, the gate of cubic
 // interpolation, sample layouts.

@@ -44,6 +44,7 @@ Recorded note(const char* entry, const rz_obl::scan_args<Sample, Step>& args) {
 }
 
 bool go_on(Recorded r) {
+    if (recorder().atCall != nullptr) recorder().atCall();
     recorder().calls.push_back(std::move(r));
     if (recorder().cancel) {
         recorder().cancel = false;

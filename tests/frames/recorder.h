@@ -44,6 +44,8 @@ struct Recorder {
     bool callThrough = true;
     /// The next call ends in WKR_CANCEL_EXCEPTION.
     bool cancel = false;
+    /// Called at every entry, if set.
+    void (*atCall)() = nullptr;
 };
 
 Recorder& recorder();
