@@ -45,7 +45,7 @@ int safe_columns(const ScanCase<Sample, Step>& c, const ScanOptions& options, in
     const int n = 2 * c.slabSteps + 1;
     const int planes = std::max(n, 0);
     Step at[3];
-    for (int k = 0; k < 3; ++k) {
+    for (std::size_t k = 0; k < 3; ++k) {
         const auto* m = c.planeToIndex;
         const float start =
             (static_cast<float>(row) * m[1][k] + static_cast<float>(first) * m[0][k]) + m[3][k];
@@ -59,7 +59,7 @@ int safe_columns(const ScanCase<Sample, Step>& c, const ScanOptions& options, in
         if (k < 2 && at[k] < 0) at[k] = 0;
     }
     Step back[3];
-    for (int k = 0; k < 3; ++k) {
+    for (std::size_t k = 0; k < 3; ++k) {
         if constexpr (kFixed) {
             back[k] = wrap(c.columnStep[k] - std::int64_t{1} * n * c.slabStep[k]);
         } else {
@@ -82,7 +82,7 @@ int safe_columns(const ScanCase<Sample, Step>& c, const ScanOptions& options, in
         }
         for (int plane = 0; plane < planes; ++plane) {
             Position p{};
-            for (int k = 0; k < 3; ++k) {
+            for (std::size_t k = 0; k < 3; ++k) {
                 if constexpr (kFixed) {
                     p.index[k] = at[k] >> 18;
                     at[k] = wrap(std::int64_t{at[k]} + c.slabStep[k]);
@@ -94,7 +94,7 @@ int safe_columns(const ScanCase<Sample, Step>& c, const ScanOptions& options, in
             }
             if (!may_read(c, options, p)) return column;
         }
-        for (int k = 0; k < 3; ++k) {
+        for (std::size_t k = 0; k < 3; ++k) {
             if constexpr (kFixed) {
                 at[k] = wrap(std::int64_t{at[k]} + back[k]);
             } else {
