@@ -113,7 +113,7 @@ TEST(spline_frames, any_curve_against_fine_transport) {
         Random random(seed);
         const std::vector<Vec3> points = bent_walk(random);
         const RZ_Spline spline = through(points);
-        const FineCurve fine(points, false, 20000);
+        const FineCurve fine(points, false, 4000);
         const int count = 101;
         const Vec3 t0 = to_vec(frames(spline, count, 0, 1, {0, 0, 0}).tangents[0]);
         const Vec3 start = across(random, t0);

@@ -135,7 +135,7 @@ std::vector<Named> shapes() {
 
 TEST(spline, stands_at_equal_arc_lengths) {
     for (const Named& shape : shapes()) {
-        const FineCurve fine(rounded(shape.points), shape.closed, 4000);
+        const FineCurve fine(rounded(shape.points), shape.closed, 1000);
         RZ_Spline spline = spline_through(shape.points, shape.closed ? EDGE_CLOSED : EDGE_OPEN);
         const double whole = fine.length();
         const double tolerance = std::max(1e-5 * whole, 1e-3);
@@ -156,7 +156,7 @@ TEST(spline, passes_through_its_points) {
     for (const Named& shape : shapes()) {
         const std::vector<Vec3> given = rounded(shape.points);
         // Arc length of each given point from the fine polygon, then asked of the spline by a run of one.
-        const int per_segment = 4000;
+        const int per_segment = 1000;
         const FineCurve fine(given, shape.closed, per_segment);
         const RZ_Spline spline = spline_through(shape.points, shape.closed ? EDGE_CLOSED : EDGE_OPEN);
         const int count = 1 << 30;
@@ -207,7 +207,7 @@ TEST(spline, long_helix_is_the_helix) {
 
 TEST(spline, tangents_follow_the_curve) {
     for (const Named& shape : shapes()) {
-        const FineCurve fine(rounded(shape.points), shape.closed, 4000);
+        const FineCurve fine(rounded(shape.points), shape.closed, 1000);
         const RZ_Spline spline = spline_through(shape.points, shape.closed ? EDGE_CLOSED : EDGE_OPEN);
         const int count = 401;
         const Sampled s = sample(spline, count, 0, 0);
