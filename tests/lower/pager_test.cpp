@@ -229,6 +229,11 @@ TEST(Pager, handles_go_on_when_others_are_deleted_or_dropped) {
     EXPECT_EQ(dropped->Allocate(64, &first, 16), 0);
     EXPECT_EQ(MEM_MemPager::GetHandleForMP()->Allocate(64, &second, 16), 0);
     EXPECT_NE(first.Ptr(), second.Ptr());
+    std::thread([] {
+        MEM_PagerInfo info;
+        EXPECT_EQ(MEM_MemPager::GetHandleForMP()->Allocate(64, &info, 16), 0);
+        delete MEM_MemPager::GetHandleForMP();
+    }).join();
 }
 
 TEST(Pager, first_slots_of_a_handle_are_its_destructor) {

@@ -124,7 +124,7 @@ TEST(VolData, destructor_is_its_only_virtual_operation) {
 template <class T>
 class TVolume : public testing::Test {};
 using SampleTypes = testing::Types<short, float>;
-TYPED_TEST_SUITE(TVolume, SampleTypes);
+TYPED_TEST_SUITE(TVolume, SampleTypes, );
 
 TYPED_TEST(TVolume, null_record_means_no_rasters) {
     EXPECT_EQ(RZ_TVolume<TypeParam>().GetRasters(), nullptr);

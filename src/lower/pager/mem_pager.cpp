@@ -93,10 +93,15 @@ int MEM_PagerInfo::Unmap() {
 MEM_MemPager::~MEM_MemPager() = default;
 
 MEM_MemPager* MEM_MemPager::GetHandleForMP() {
-    // In static storage: callers drop handles, and these must not pile up.
-    alignas(MEM_MemPager) static unsigned char storage[sizeof(MEM_MemPager)];
-    static MEM_MemPager* const handle = ::new (storage) MEM_MemPager;
+    // Not on the heap: callers drop handles, and these must not pile up. One for each thread, so that a
+    // deletion meets no other thread's handle.
+    alignas(MEM_MemPager) thread_local unsigned char storage[sizeof(MEM_MemPager)];
+    thread_local MEM_MemPager* const handle = ::new (storage) MEM_MemPager;
     return handle;
+}
+
+void MEM_MemPager::operator delete(void* handle) {
+    ::new (handle) MEM_MemPager;
 }
 
 int MEM_MemPager::Allocate(unsigned int bytes, MEM_PagerInfo* info, int) {

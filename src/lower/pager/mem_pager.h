@@ -43,10 +43,11 @@ class RZ_LOWER_API MEM_MemPager {
 
     virtual ~MEM_MemPager();
 
-    /// A handle on the pager; the caller may delete it or drop it, neither costs memory. The one pager of the
-    /// process stands behind every handle, also after one was deleted, and blocks outlive handles.
+    /// A handle on the pager, valid as long as the calling thread; its caller may delete it or drop it,
+    /// neither costs memory. The one pager of the process stands behind every handle, and blocks outlive it.
     static MEM_MemPager* GetHandleForMP();
-    static void operator delete(void*) {}
+    /// Leaves the handle as new, for whoever asked for it as well.
+    static void operator delete(void* handle);
 
     /// Reserves bytes and ties the block to info, which must hold none. The last argument is always 16.
     /// 0 for done, -1 for what cannot be had (and for 0 bytes); info then stays as it was.
