@@ -3,7 +3,7 @@
 rz_obl::RasterTable::RasterTable(RZ_Slice** slices, int first, int last, int depth)
     : entries_(new const void*[static_cast<std::size_t>(depth) + 2]()) {
     const void** table = entries_.get() + 1;
-    for (int i = first; i <= last; ++i) table[i] = static_cast<RZ_ShortSlice*>(slices[i])->GetMappedSlice();
+    for (int i = first; i <= last; ++i) table[i] = slices[i]->MappedRaster();
     // required: the guards come before the ends are filled up
     table[-1] = table[0];
     table[depth] = table[depth - 1];

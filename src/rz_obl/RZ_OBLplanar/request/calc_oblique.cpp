@@ -8,8 +8,12 @@ int RZ_CalcOblique(RZ_ShortSlice** slices, const RZ_Box& volumeBox, const RZ_Box
                    int first, int last, RZ_OBL_RenditionQuality quality, float halfThickness,
                    RZ_OBL_RenditionType type, bool isSigned, int bitDepth) {
     using namespace rz_obl;
-    short** const table = make_slice_table<short>(
-        volumeBox.zDim, first, last, [slices](std::ptrdiff_t i) { return slices[i]->GetMappedSlice(); });
+    // By the base: a slice that shares another's raster may be a bare one.
+    const auto rasterOf = [slices](std::ptrdiff_t i) {
+        const RZ_Slice* slice = slices[i];
+        return static_cast<short*>(slice->MappedRaster());
+    };
+    short** const table = make_slice_table<short>(volumeBox.zDim, first, last, rasterOf);
     int result = 0;
     try {
         result = RZ_NewCalcOblique(table, nullptr, volumeBox, volumeParams, plane, clipParams, output,

@@ -45,12 +45,13 @@ projection_steps make_steps(const reslice_request& request, const reslice_frame&
 
 /// The rasters of the slices by their sample layout. An unknown layout has no table: null.
 void* make_table(RZ_Slice** slices, int pixelKind, int depth, int first, int last) {
-    const auto shorts = [slices](std::ptrdiff_t i) {
-        return static_cast<RZ_ShortSlice*>(slices[i])->GetMappedSlice();
+    // By the base: a slice that shares another's raster may be a bare one.
+    const auto shorts = [slices](std::ptrdiff_t i) { return static_cast<short*>(slices[i]->MappedRaster()); };
+    const auto bytes = [slices](std::ptrdiff_t i) {
+        return static_cast<unsigned char*>(slices[i]->MappedRaster());
     };
-    const auto bytes = [shorts](std::ptrdiff_t i) { return reinterpret_cast<unsigned char*>(shorts(i)); };
     const auto pixels = [slices](std::ptrdiff_t i) {
-        return reinterpret_cast<std::uint32_t*>(static_cast<RZ_LongSlice*>(slices[i])->GetMappedSlice());
+        return static_cast<std::uint32_t*>(slices[i]->MappedRaster());
     };
     switch (pixelKind) {
         case RZ_Slice::kShort:
