@@ -255,6 +255,22 @@ TEST(MaxMinEdges, memory_goes_from_row_to_row_in_the_plane_major_order) {
     EXPECT_EQ(pixels(c, run(scan(kMinPixelMajor), c), 1, 0, 2), (Pixels{997, 997}));
 }
 
+// The last plane of pixel 0 passes the test by a neighbour of weight 0, and its sample equals the first
+// one's.
+TEST(MaxMinEdges, equal_sample_does_not_enter_the_memory) {
+    auto c = two_pixels_case();
+    set_planes(c, 2, 1000, 1000);
+    set_planes(c, 6, 1000, 998);
+    for (int z = 0; z < c.depth; ++z) sample_at(c, 4, 2, z) = 0;
+    set_column_step(c, 0.0F, 4.0F, 0.0F);
+    set_row_step(c, 0.0F, 0.0F, 1.0F);
+    EXPECT_EQ(pixels(c, run(scan(kMinPixelMajor), c), 0, 0, 2), (Pixels{997, 997}));
+    set_column_step(c, 0.0F, 0.0F, 1.0F);
+    set_row_step(c, 0.0F, 4.0F, 0.0F);
+    EXPECT_EQ(pixels(c, run(scan(kMinPlaneMajor), c), 0, 0, 2), (Pixels{997, 997}));
+    EXPECT_EQ(pixels(c, run(scan(kMinPlaneMajor), c), 1, 0, 2), (Pixels{997, 997}));
+}
+
 TEST(MaxMinEdges, no_plane_at_all_still_writes_the_seed) {
     for (const NamedKernel& k : kAllKernels) {
         SCOPED_TRACE(k.name);

@@ -3,6 +3,7 @@
 #include "rz_obl/RZ_OBLplanar/kernels/semicubic/scan_semicubic.h"
 #include "tests/reference/semicubic.h"
 #include "tests/support/branches.h"
+#include "tests/support/hand_made.h"
 #include "tests/support/scan_case.h"
 
 // The semi-cubic kernels against their plain forms, on seeded cases that together reach every branch.
@@ -92,6 +93,45 @@ TEST(ScanSemicubicRandom, linear_along_x) {
     Branches branches;
     compare(rz_obl::scan_semicubic_x, rz_reference::scan_semicubic_x, options, branches);
     EXPECT_EQ(never_met_of_all(branches), "");
+}
+
+// One run over all 32768 fractions along an axis, about four samples that are all least or greatest.
+void compare_every_fraction(Kernel kernel, Reference reference, int axis) {
+    for (int extremes = 0; extremes < 16; ++extremes) {
+        SCOPED_TRACE(extremes);
+        auto c = blank_scan_case<ScanCase16>(20, 20, 8, 1, 32767);
+        fill_by(c, [&](int x, int y, int z) {
+            const int at[3] = {x, y, z};
+            const int i = at[axis] - 2;
+            return i >= 0 && i < 4 && ((extremes >> i) & 1) != 0 ? 32767 : -32768;
+        });
+        c.quality = 2;
+        set_origin(c, 3.0F, 3.0F, 3.0F);
+        c.columnStep = {0, 0, 0};
+        c.columnStep[static_cast<std::size_t>(axis)] = 8;
+        Branches branches;
+        const auto want = run([&](const auto& args) { reference(args, branches); }, c);
+        ASSERT_EQ(first_difference(c, want, run(kernel, c)), "");
+        // The last fraction, 0x7fff, by a start of its own.
+        c.planeToIndex[3][axis] = 3.0F + 32767.0F / 32768.0F;
+        set_span(c, 0, 0, 1);
+        const auto wantLast = run([&](const auto& args) { reference(args, branches); }, c);
+        ASSERT_EQ(first_difference(c, wantLast, run(kernel, c)), "");
+    }
+}
+
+TEST(ScanSemicubicFractions, along_x) {
+    compare_every_fraction(rz_obl::scan_semicubic_z, rz_reference::scan_semicubic_z, 0);
+    compare_every_fraction(rz_obl::scan_semicubic_y, rz_reference::scan_semicubic_y, 0);
+}
+
+TEST(ScanSemicubicFractions, along_y) {
+    compare_every_fraction(rz_obl::scan_semicubic_x, rz_reference::scan_semicubic_x, 1);
+}
+
+TEST(ScanSemicubicFractions, along_z) {
+    compare_every_fraction(rz_obl::scan_semicubic_x, rz_reference::scan_semicubic_x, 2);
+    compare_every_fraction(rz_obl::scan_semicubic_z, rz_reference::scan_semicubic_z, 2);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "rz_obl/RZ_OBLplanar/kernels/tricubic/scan_tricubic.h"
 #include "tests/reference/tricubic.h"
 #include "tests/support/branches.h"
+#include "tests/support/hand_made.h"
 #include "tests/support/scan_case.h"
 
 // scan_tricubic against its plain form, on seeded cases that together reach every branch.
@@ -67,6 +68,28 @@ TEST(ScanTricubicRandom, every_depth_and_sign) {
                                   "unsigned: limited below",
                                   "unsigned: limited above"}),
               "");
+}
+
+// One run over the fractions along z, about four slices that are each least or greatest, or half of that:
+// there the products of the last stage wrap.
+TEST(ScanTricubicFractions, along_z) {
+    for (const int magnitude : {4000, 16384, 32767}) {
+        for (int extremes = 0; extremes < 16; ++extremes) {
+            SCOPED_TRACE(extremes);
+            auto c = blank_scan_case<ScanCase16>(8, 20, 8, 1, 32767);
+            fill_by(c, [&](int, int, int z) {
+                const int i = z - 2;
+                return i >= 0 && i < 4 && ((extremes >> i) & 1) != 0 ? magnitude : -magnitude;
+            });
+            set_origin(c, 3.0F, 10.0F, 3.0F);
+            c.columnStep = {0, 0, 8};
+            // Two planes outside leave a third of the value, so that the limits do not hide it.
+            set_slab(c, 1, 0, 15 * kSample, 0);
+            Branches branches;
+            const auto want = run([&](const auto& args) { rz_reference::scan_tricubic(args, branches); }, c);
+            ASSERT_EQ(first_difference(c, want, run(rz_obl::scan_tricubic, c)), "");
+        }
+    }
 }
 
 }  // namespace
