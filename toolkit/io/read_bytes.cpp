@@ -17,6 +17,8 @@ namespace fs = std::filesystem;
 std::uint64_t readable_size(const fs::path& file) {
     std::error_code fault;
     const fs::file_status status = fs::status(file, fault);
+    if (status.type() == fs::file_type::none)
+        refuse("%s cannot be opened: %s", file.c_str(), fault.message().c_str());
     if (!fs::exists(status)) refuse("%s does not exist", file.c_str());
     if (!fs::is_regular_file(status)) refuse("%s is not a regular file", file.c_str());
     errno = 0;
@@ -35,7 +37,8 @@ std::vector<std::uint8_t> first_bytes(const fs::path& file, std::size_t count) {
     return bytes;
 }
 
-Unpacked unpack(const fs::path& file, std::uint64_t offset, std::size_t keep, std::uint64_t limit) {
+Unpacked unpack(const fs::path& file, std::uint64_t offset, std::uint64_t skip, std::uint64_t limit,
+                std::byte* out) {
     Unpacked result;
     std::ifstream stream(file, std::ios::binary);
     stream.seekg(static_cast<std::streamoff>(offset));
@@ -44,7 +47,7 @@ Unpacked unpack(const fs::path& file, std::uint64_t offset, std::size_t keep, st
     if (inflateInit2(&z, 15 + 32) != Z_OK) throw std::bad_alloc();  // 32: gzip or zlib, by its first bytes
     const std::unique_ptr<z_stream, int (*)(z_stream*)> guard(&z, inflateEnd);
 
-    std::vector<std::uint8_t> in(1U << 16), out(1U << 17);
+    std::vector<std::uint8_t> in(1U << 16), made(1U << 17);
     bool ended = false;  // at the end of a member
     while (result.length < limit) {
         if (z.avail_in == 0) {
@@ -58,19 +61,18 @@ Unpacked unpack(const fs::path& file, std::uint64_t offset, std::size_t keep, st
             inflateReset(&z);
             ended = false;
         }
-        z.next_out = out.data();
-        z.avail_out = static_cast<uInt>(out.size());
+        z.next_out = made.data();
+        z.avail_out = static_cast<uInt>(made.size());
         const int state = inflate(&z, Z_NO_FLUSH);
-        const std::size_t made = out.size() - z.avail_out;
-        const std::size_t wanted = std::min(made, keep - result.first.size());
-        result.first.insert(result.first.end(), out.begin(),
-                            out.begin() + static_cast<std::ptrdiff_t>(wanted));
-        result.length += made;
+        const std::uint64_t fresh = made.size() - z.avail_out, dropped = std::min(skip, fresh);
+        const std::uint64_t count = std::min(fresh - dropped, limit - result.length);
+        if (out) std::memcpy(out + result.length, made.data() + dropped, count);
+        result.length += count;
+        skip -= dropped;
         ended = state == Z_STREAM_END;
         if (state != Z_OK && state != Z_STREAM_END) break;
     }
-    result.whole = ended || result.length >= limit;
-    result.length = std::min(result.length, limit);
+    result.whole = ended || result.length == limit;
     return result;
 }
 

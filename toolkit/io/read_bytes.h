@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <vector>
@@ -12,19 +13,18 @@ std::uint64_t readable_size(const std::filesystem::path& file);
 /// At most `count` first bytes of a file.
 std::vector<std::uint8_t> first_bytes(const std::filesystem::path& file, std::size_t count);
 
-/// What a gzip or zlib stream unpacks to.
+/// How far a gzip or zlib stream could be unpacked.
 struct Unpacked {
-    /// At most `keep` first bytes.
-    std::vector<std::uint8_t> first;
-    /// All bytes, counted up to the limit.
+    /// Bytes that came out, up to the limit.
     std::uint64_t length = 0;
     /// Whether the stream came to its end, checksum included, or to the limit.
     bool whole = false;
 };
 
-/// Unpacks a stream (several gzip members in a row count as one) that starts at `offset`, keeping only its
-/// head.
-Unpacked unpack(const std::filesystem::path& file, std::uint64_t offset, std::size_t keep,
-                std::uint64_t limit);
+/// Unpacks a stream (several gzip members in a row count as one) that starts at `offset` of a file. Of what
+/// comes out the first `skip` bytes are dropped and at most `limit` more counted, and kept in `out` unless
+/// that is null.
+Unpacked unpack(const std::filesystem::path& file, std::uint64_t offset, std::uint64_t skip,
+                std::uint64_t limit, std::byte* out);
 
 }  // namespace rzobl

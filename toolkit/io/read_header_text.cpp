@@ -74,21 +74,4 @@ std::array<std::size_t, 3> sizes_of(const std::vector<long long>& sizes, const s
     return result;
 }
 
-void require_bytes(const fs::path& data, std::uint64_t offset, std::uint64_t needed, bool compressed) {
-    const std::uint64_t size = readable_size(data);
-    std::uint64_t held = size - std::min(size, offset);
-    if (compressed) {
-        const Unpacked unpacked = unpack(data, offset, 0, needed + 1);
-        held = unpacked.length;
-        if (held > needed)
-            refuse("%s is damaged: its compressed data unpack to more than the %llu bytes of its size",
-                   data.c_str(), static_cast<unsigned long long>(needed));
-        if (held == needed && !unpacked.whole)
-            refuse("%s is damaged: its compressed data end early", data.c_str());
-    }
-    if (held < needed)
-        refuse("%s is cut short: its header promises %llu bytes of samples and it holds %llu", data.c_str(),
-               static_cast<unsigned long long>(needed), static_cast<unsigned long long>(held));
-}
-
 }  // namespace rzobl

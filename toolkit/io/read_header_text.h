@@ -32,8 +32,4 @@ std::vector<double> numbers_of(const std::string& value, const std::string& name
 /// Product of sizes that lie between 1 and 32767 each. Throws Error for others.
 std::array<std::size_t, 3> sizes_of(const std::vector<long long>& sizes, const std::string& name);
 
-/// Throws Error unless a data file holds `needed` bytes from `offset` on, compressed or plain.
-void require_bytes(const std::filesystem::path& data, std::uint64_t offset, std::uint64_t needed,
-                   bool compressed);
-
 }  // namespace rzobl

@@ -9,14 +9,16 @@ namespace rzobl {
 ReadResult read_metaimage(const std::filesystem::path& file, const ReadOptions& options) {
     ReadResult result;
     const std::string name = file.string();
-    const MetaImageHeader header = read_metaimage_header(file);
-    ItkImage image = read_with_itk(ItkFormat::MetaImage, file, header.image);
-    const Stack stack = stack_of(header.image.size, image.axes(), image.origin, name);
-    image.samples.rescale = header.rescale;
-    result.volume = make_volume(stack, std::move(image.samples), options, name, result.warnings);
+    const MetaImageHeader header = read_metaimage_header(file, result.warnings);
+    const Stack stack = stack_of(header.image.size, header.axes, header.origin, name);
+    require_even(measure(stack, name), options, name);
+
+    StoredSamples samples = load_samples(header.source, header.image);
+    samples.rescale = header.rescale;
+    result.volume = make_volume(stack, std::move(samples), options, name, result.warnings);
     result.format = "MetaImage";
     result.details = {{"stored samples", name_of(header.image.type)},
-                      {"compressed", header.compressed ? "yes" : "no"}};
+                      {"compressed", header.source.compressed ? "yes" : "no"}};
     return result;
 }
 

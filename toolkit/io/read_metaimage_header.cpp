@@ -1,9 +1,12 @@
 #include "toolkit/io/read_metaimage_header.h"
 
 #include <algorithm>
+#include <cmath>
+#include <initializer_list>
 #include <map>
 #include <optional>
 
+#include "toolkit/core/vector.h"
 #include "toolkit/io/read_bytes.h"
 #include "toolkit/io/read_header_text.h"
 #include "toolkit/io/read_text.h"
@@ -82,15 +85,47 @@ void take_size(MetaImageHeader& header, const Keys& keys, const std::string& nam
         refuse("%s: has %lld channels; only 1, or 3 for red, green, blue can be read", name.c_str(),
                channels);
     header.image.channels = static_cast<int>(channels);
-    // As many numbers as the dimensions need, where the fields are there.
-    const auto count = static_cast<std::size_t>(dimensions);
-    for (const char* field : {"ElementSpacing", "ElementSize", "Offset", "Position", "Origin"}) {
-        if (keys.values.count(field) != 0 && numbers_of(keys.get(field), name, field).size() != count)
+}
+
+/// The first of some fields, of which a file states one: as many numbers as belong there, or none.
+std::vector<double> one_of(const Keys& keys, std::initializer_list<const char*> fields, std::size_t count,
+                           const std::string& name) {
+    for (const char* field : fields) {
+        if (keys.values.count(field) == 0) continue;
+        std::vector<double> numbers = numbers_of(keys.get(field), name, field);
+        if (numbers.size() != count)
             refuse("%s: its field %s does not hold %zu numbers", name.c_str(), field, count);
+        return numbers;
     }
-    for (const char* field : {"TransformMatrix", "Rotation", "Orientation"}) {
-        if (keys.values.count(field) != 0 && numbers_of(keys.get(field), name, field).size() != count * count)
-            refuse("%s: its field %s does not hold %zu numbers", name.c_str(), field, count * count);
+    return {};
+}
+
+/// Axis by axis in the file; of two dimensions the third is left without length.
+void place(MetaImageHeader& header, const Keys& keys, const std::string& name,
+           std::vector<std::string>& warnings) {
+    const auto n = static_cast<std::size_t>(integer(keys, "NDims", 0, name));
+    std::vector<double> spacing = one_of(keys, {"ElementSpacing", "ElementSize"}, n, name);
+    if (spacing.empty()) {
+        spacing.assign(n, 1);
+        warnings.push_back(name + ": states no spacing; samples are taken as 1 mm apart");
+    }
+    const std::vector<double> offset = one_of(keys, {"Offset", "Position", "Origin"}, n, name);
+    const std::vector<double> matrix =
+        one_of(keys, {"TransformMatrix", "Rotation", "Orientation"}, n * n, name);
+    for (std::size_t axis = 0; axis < 3 && axis < n; ++axis) {
+        if (!(spacing[axis] > 0))
+            refuse("%s: a spacing of %g mm along axis %zu", name.c_str(), spacing[axis], axis + 1);
+        Vec3 along{};
+        for (std::size_t i = 0; i < 3 && i < n; ++i)
+            along[i] = matrix.empty() ? (i == axis) : matrix[axis * n + i];
+        // Rounded decimals make its directions only nearly of length 1; the spacing stays as stated.
+        if (!(std::abs(length(along) - 1) < 1e-2))
+            refuse("%s: its TransformMatrix holds a direction of length %g", name.c_str(), length(along));
+        header.axes[axis] = scaled(along, spacing[axis] / length(along));
+        if (!offset.empty()) header.origin[axis] = offset[axis];
+    }
+    for (const double of : one_of(keys, {"CenterOfRotation"}, n, name)) {
+        if (of != 0) warnings.push_back(name + ": its CenterOfRotation is left out");
     }
 }
 
@@ -104,30 +139,30 @@ void take_rescale(MetaImageHeader& header, const Keys& keys, const std::string& 
     if (header.rescale.slope == 0) refuse("%s: states a rescale slope of 0", name.c_str());
 }
 
-void check_data(const MetaImageHeader& header, const Keys& keys, const fs::path& file) {
+void take_source(MetaImageHeader& header, const Keys& keys, const fs::path& file) {
     const std::string name = file.string(), stated = keys.get("ElementDataFile");
-    const ExpectedImage& image = header.image;
-    const std::uint64_t needed = std::uint64_t{image.size[0]} * image.size[1] * image.size[2] *
-                                 bytes_of(image.type) * static_cast<std::uint64_t>(image.channels);
+    header.source.compressed = truth(keys, "CompressedData", false);
+    header.source.bigEndian =
+        truth(keys, "BinaryDataByteOrderMSB", truth(keys, "ElementByteOrderMSB", false));
     const bool local = lower_case(stated) == "local";
     const long long skip = integer(keys, "HeaderSize", 0, name);
-    if (skip < -1 || (skip != 0 && (local || header.compressed)))
+    if (skip < -1 || (skip != 0 && (local || header.source.compressed)))
         refuse("%s: a HeaderSize of %lld is not supported here", name.c_str(), skip);
     if (stated.empty() || lower_case(stated).rfind("list", 0) == 0 || stated.find('%') != std::string::npos)
         refuse("%s: its samples lie in several files or in none, which is not supported", name.c_str());
-    const fs::path data = local ? file : file.parent_path() / stated;
-    const std::uint64_t offset = local ? keys.end : static_cast<std::uint64_t>(std::max(skip, 0LL));
-    require_bytes(data, offset, needed, header.compressed);
-    if (!header.compressed) return;
-    const long long size = integer(keys, "CompressedDataSize", 0, name);
-    if (size < 0 || static_cast<std::uint64_t>(size) > readable_size(data) - offset)
-        refuse("%s: states %lld bytes of compressed data and has %llu", name.c_str(), size,
-               static_cast<unsigned long long>(readable_size(data) - offset));
+    header.source.file = local ? file : file.parent_path() / stated;
+    if (!local) require_data_file(file, header.source.file);
+    header.source.offset = local ? keys.end : static_cast<std::uint64_t>(std::max(skip, 0LL));
+    // -1: the samples are the last bytes of the file.
+    if (skip == -1) {
+        const std::uint64_t size = readable_size(header.source.file);
+        header.source.offset = size - std::min(size, header.image.bytes());
+    }
 }
 
 }  // namespace
 
-MetaImageHeader read_metaimage_header(const fs::path& file) {
+MetaImageHeader read_metaimage_header(const fs::path& file, std::vector<std::string>& warnings) {
     readable_size(file);
     const std::string name = file.string();
     const Keys keys = split(file);
@@ -143,9 +178,10 @@ MetaImageHeader read_metaimage_header(const fs::path& file) {
     header.image.type = *type;
     if (!truth(keys, "BinaryData", true))
         refuse("%s: samples written as text are not supported", name.c_str());
-    header.compressed = truth(keys, "CompressedData", false);
     take_rescale(header, keys, name);
-    check_data(header, keys, file);
+    place(header, keys, name, warnings);
+    take_source(header, keys, file);
+    require_samples(header.source, header.image);
     return header;
 }
 

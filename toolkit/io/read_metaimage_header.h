@@ -1,19 +1,24 @@
 #pragma once
 
+#include <array>
 #include <filesystem>
+#include <string>
+#include <vector>
 
-#include "toolkit/io/read_itk.h"
+#include "toolkit/io/read_data.h"
 
 namespace rzobl {
 
-/// What the reader takes from a MetaImage header itself; the geometry comes from ITK.
 struct MetaImageHeader {
-    ExpectedImage image;
+    ImageLayout image;
+    SampleSource source;
     Rescale rescale;
-    bool compressed = false;
+    /// Sample index to LPS millimetres: images of the three index axes, and of index (0, 0, 0).
+    std::array<Vec3, 3> axes{};
+    Vec3 origin{};
 };
 
 /// Reads and checks a header, and that its data file is long enough. Throws Error.
-MetaImageHeader read_metaimage_header(const std::filesystem::path& file);
+MetaImageHeader read_metaimage_header(const std::filesystem::path& file, std::vector<std::string>& warnings);
 
 }  // namespace rzobl

@@ -13,9 +13,9 @@ ReadResult read_nifti(const std::filesystem::path& file, const ReadOptions& opti
     const Stack stack = stack_of(header.image.size, header.axes, header.origin, name);
     require_even(measure(stack, name), options, name);
 
-    ItkImage image = read_with_itk(ItkFormat::Nifti, file, header.image);
-    image.samples.rescale = header.rescale;
-    result.volume = make_volume(stack, std::move(image.samples), options, name, result.warnings);
+    StoredSamples samples = load_samples(header.source, header.image);
+    samples.rescale = header.rescale;
+    result.volume = make_volume(stack, std::move(samples), options, name, result.warnings);
     result.format = "NIfTI";
     result.details = {{"stored samples", name_of(header.image.type)}, {"placed by", header.placedBy}};
     return result;

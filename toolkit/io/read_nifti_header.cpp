@@ -199,40 +199,30 @@ void take_size(NiftiHeader& header, const Fields& fields, const std::string& nam
     }
 }
 
-void check_length(const NiftiHeader& header, const Fields& fields, const fs::path& file, std::uint64_t size,
-                  bool compressed) {
+void take_source(NiftiHeader& header, const Fields& fields, const fs::path& file, bool compressed,
+                 bool swapped) {
     const auto stated = static_cast<double>(fields.at<float>(108));
     if (!(stated >= kHeaderBytes + 4 && stated < 1e9 && stated == std::floor(stated)))
         refuse("%s: states that its samples begin at byte %g", file.c_str(), stated);
-    const ExpectedImage& image = header.image;
-    const std::uint64_t needed = static_cast<std::uint64_t>(stated) +
-                                 std::uint64_t{image.size[0]} * image.size[1] * image.size[2] *
-                                     bytes_of(image.type) * static_cast<std::uint64_t>(image.channels);
-    std::uint64_t held = size;
-    if (compressed) {
-        // A little beyond what is needed, so that the checksum behind it is met.
-        const Unpacked unpacked = unpack(file, 0, 0, needed + (1U << 20));
-        held = unpacked.length;
-        if (held >= needed && !unpacked.whole)
-            refuse("%s is damaged: its compressed data end early", file.c_str());
-    }
-    if (held < needed)
-        refuse("%s is cut short: its header promises %llu bytes and it holds %llu", file.c_str(),
-               static_cast<unsigned long long>(needed), static_cast<unsigned long long>(held));
+    const auto before = static_cast<std::uint64_t>(stated);
+    header.source.file = file;
+    header.source.offset = compressed ? 0 : before;
+    header.source.skip = compressed ? before : 0;
+    header.source.compressed = compressed;
+    header.source.bigEndian = swapped;
 }
 
 }  // namespace
 
 NiftiHeader read_nifti_header(const fs::path& file, std::vector<std::string>& warnings) {
-    const std::uint64_t size = readable_size(file);
-    const std::string name = file.string(), ending = lower_case(file.extension().string());
-    if (ending != ".nii" && ending != ".gz")
-        refuse("%s: a NIfTI file must be named .nii or .nii.gz", name.c_str());
+    readable_size(file);
+    const std::string name = file.string();
     std::vector<std::uint8_t> bytes = first_bytes(file, kHeaderBytes);
     const bool compressed = bytes.size() >= 2 && bytes[0] == 0x1f && bytes[1] == 0x8b;
-    if (compressed && ending != ".gz")
-        refuse("%s is compressed; a compressed NIfTI file must be named .nii.gz", name.c_str());
-    if (compressed) bytes = unpack(file, 0, kHeaderBytes, kHeaderBytes).first;
+    if (compressed) {
+        bytes.resize(kHeaderBytes);
+        bytes.resize(unpack(file, 0, 0, kHeaderBytes, reinterpret_cast<std::byte*>(bytes.data())).length);
+    }
     if (bytes.size() < kHeaderBytes)
         refuse("%s is no NIfTI file or is cut short: %zu bytes of a header of %zu", name.c_str(),
                bytes.size(), kHeaderBytes);
@@ -255,7 +245,8 @@ NiftiHeader read_nifti_header(const fs::path& file, std::vector<std::string>& wa
     header.image.channels = type->channels;
     if (bitpix != static_cast<int>(bytes_of(type->type)) * 8 * type->channels)
         refuse("%s: states %d bits for samples of NIfTI type %d", name.c_str(), bitpix, datatype);
-    check_length(header, fields, file, size, compressed);
+    take_source(header, fields, file, compressed, swapped);
+    require_samples(header.source, header.image);
     place(header, fields, name, warnings);
 
     const auto slope = static_cast<double>(fields.at<float>(112));

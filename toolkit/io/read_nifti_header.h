@@ -7,13 +7,14 @@
 #include <vector>
 
 #include "toolkit/core/volume.h"
-#include "toolkit/io/read_itk.h"
+#include "toolkit/io/read_data.h"
 
 namespace rzobl {
 
 /// A NIfTI-1 header, checked against its file.
 struct NiftiHeader {
-    ExpectedImage image;
+    ImageLayout image;
+    SampleSource source;
     Rescale rescale;
     /// Sample index to LPS millimetres: images of the three index axes, and of index (0, 0, 0).
     std::array<Vec3, 3> axes{};

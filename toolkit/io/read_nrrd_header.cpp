@@ -1,8 +1,9 @@
 #include "toolkit/io/read_nrrd_header.h"
 
-#include <array>
+#include <algorithm>
 #include <map>
 #include <optional>
+#include <sstream>
 
 #include "toolkit/io/read_bytes.h"
 #include "toolkit/io/read_header_text.h"
@@ -134,9 +135,100 @@ void take_rescale(NrrdHeader& header, const Fields& fields, const std::string& n
     if (header.rescale.slope == 0) refuse("%s: states a rescale slope of 0", name.c_str());
 }
 
-void check_data(const NrrdHeader& header, const Fields& fields, const fs::path& file) {
+/// "(1,0,0)" as three numbers; false for "none".
+bool vector_of(const std::string& text, Vec3& value, const std::string& name) {
+    if (lower_case(text) == "none") return false;
+    std::string bare = text;
+    for (char& c : bare) {
+        if (c == ',') c = ' ';
+    }
+    const bool framed = bare.size() > 2 && bare.front() == '(' && bare.back() == ')';
+    const std::vector<double> numbers =
+        framed ? numbers_of(bare.substr(1, bare.size() - 2), name, "space directions")
+               : std::vector<double>();
+    if (numbers.size() != 3)
+        refuse("%s: '%s' in its header is no vector of three numbers", name.c_str(), printable(text).c_str());
+    std::copy(numbers.begin(), numbers.end(), value.begin());
+    return true;
+}
+
+/// "(1, 0,0) none (0,0,1)" split behind its vectors.
+std::vector<std::string> vectors_in(const std::string& text) {
+    std::vector<std::string> found;
+    bool inside = false;
+    std::string current;
+    for (const char c : text + ' ') {
+        inside = c == '(' || (inside && c != ')');
+        if (c != ' ' && c != '\t') current += c;
+        if (!inside && !current.empty() && (c == ' ' || c == '\t' || c == ')')) {
+            found.push_back(current);
+            current.clear();
+        }
+    }
+    return found;
+}
+
+/// Signs that turn a space to left, posterior, superior.
+Vec3 signs_of(const NrrdHeader& header, const std::string& name, std::vector<std::string>& warnings) {
+    static const std::map<std::string, Vec3> kSigns{
+        {"left-posterior-superior", {1, 1, 1}},   {"lps", {1, 1, 1}},
+        {"right-anterior-superior", {-1, -1, 1}}, {"ras", {-1, -1, 1}},
+        {"left-anterior-superior", {1, -1, 1}},   {"las", {1, -1, 1}},
+    };
+    const auto found = kSigns.find(header.space);
+    if (found != kSigns.end()) return found->second;
+    warnings.push_back(sentence(
+        "%s: %s; its axes are taken to run to the left, back and head", name.c_str(),
+        header.space.empty()
+            ? "states no space"
+            : sentence("its space '%s' is not one of the patient", printable(header.space).c_str()).c_str()));
+    return {1, 1, 1};
+}
+
+void place(NrrdHeader& header, const Fields& fields, const std::string& name,
+           std::vector<std::string>& warnings) {
+    const Vec3 signs = signs_of(header, name, warnings);
+    const std::string directions = fields.get("spacedirections");
+    std::size_t axis = 0;
+    if (!directions.empty()) {
+        for (const std::string& text : vectors_in(directions)) {
+            Vec3 value{};
+            if (!vector_of(text, value, name)) continue;
+            if (axis == 3) refuse("%s: states more than three space directions", name.c_str());
+            header.axes[axis++] = value;
+        }
+    } else {
+        // A number for each axis, where the channels of colours have none.
+        std::istringstream words(fields.get("spacings"));
+        for (std::string word; words >> word;) {
+            double spacing = 0;
+            if (lower_case(word) == "nan") continue;
+            if (axis == 3 || !parse_number(word, spacing))
+                refuse("%s: its spacings '%s' are not three numbers", name.c_str(),
+                       printable(fields.get("spacings")).c_str());
+            header.axes[axis][axis] = spacing;
+            ++axis;
+        }
+        if (axis == 0) {
+            header.axes = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+            axis = 3;
+            warnings.push_back(name + ": states no spacing; samples are taken as 1 mm apart");
+        }
+    }
+    if (axis < 2 || (axis < 3 && header.image.size[2] > 1))
+        refuse("%s: states %zu space directions where three belong", name.c_str(), axis);
+    const std::string origin = fields.get("spaceorigin");
+    if (!origin.empty()) vector_of(origin, header.origin, name);
+    for (std::size_t i = 0; i < 3; ++i) {
+        header.origin[i] *= signs[i];
+        for (Vec3& step : header.axes) step[i] *= signs[i];
+    }
+}
+
+void take_source(NrrdHeader& header, const Fields& fields, const fs::path& file) {
     const std::string name = file.string();
-    const bool compressed = header.encoding == "gzip";
+    header.source.compressed = header.encoding == "gzip";
+    header.source.bigEndian = fields.get("endian") == "big";
     if (bytes_of(header.image.type) > 1 && fields.get("endian") != "little" && fields.get("endian") != "big")
         refuse("%s: does not state the byte order of its samples (endian: little or big)", name.c_str());
     const auto skip = [&](const char* field) {
@@ -148,33 +240,34 @@ void check_data(const NrrdHeader& header, const Fields& fields, const fs::path& 
     };
     const long long bytes = skip("byteskip"), lines = skip("lineskip");
     if (lines != 0) refuse("%s: its samples follow skipped lines, which is not supported", name.c_str());
-    if (bytes < -1 || (compressed && bytes != 0))
+    if (bytes < -1 || (bytes != 0 && header.source.compressed))
         refuse("%s: a byte skip of %lld before %s samples is not supported", name.c_str(), bytes,
                header.encoding.c_str());
 
-    fs::path data = file;
-    std::uint64_t offset = fields.end;
+    header.source.file = file;
+    header.source.offset = fields.end;
     const std::string stated = fields.get("datafile");
     if (!stated.empty()) {
         if (lower_case(stated).rfind("list", 0) == 0 || stated.find('%') != std::string::npos)
             refuse("%s: its samples lie in several files, which is not supported", name.c_str());
-        data = file.parent_path() / stated;
-        offset = 0;
+        header.source.file = file.parent_path() / stated;
+        header.source.offset = 0;
+        require_data_file(file, header.source.file);
     } else if (!fields.attached) {
         refuse("%s is cut short or damaged: no samples follow its header and it names no data file",
                name.c_str());
     }
-    if (bytes > 0) offset += static_cast<std::uint64_t>(bytes);
-    const ExpectedImage& image = header.image;
-    require_bytes(data, offset,
-                  std::uint64_t{image.size[0]} * image.size[1] * image.size[2] * bytes_of(image.type) *
-                      static_cast<std::uint64_t>(image.channels),
-                  compressed);
+    if (bytes > 0) header.source.offset += static_cast<std::uint64_t>(bytes);
+    // -1: the samples are the last bytes of the file.
+    if (bytes == -1) {
+        const std::uint64_t size = readable_size(header.source.file);
+        header.source.offset = size - std::min(size, header.image.bytes());
+    }
 }
 
 }  // namespace
 
-NrrdHeader read_nrrd_header(const fs::path& file) {
+NrrdHeader read_nrrd_header(const fs::path& file, std::vector<std::string>& warnings) {
     readable_size(file);
     const std::string name = file.string();
     const Fields fields = split(file);
@@ -193,7 +286,9 @@ NrrdHeader read_nrrd_header(const fs::path& file) {
                printable(header.encoding).c_str());
     header.space = lower_case(fields.get("space"));
     take_rescale(header, fields, name);
-    check_data(header, fields, file);
+    place(header, fields, name, warnings);
+    take_source(header, fields, file);
+    require_samples(header.source, header.image);
     return header;
 }
 

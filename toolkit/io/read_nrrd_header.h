@@ -1,15 +1,22 @@
 #pragma once
 
+#include <array>
 #include <filesystem>
+#include <string>
+#include <vector>
 
-#include "toolkit/io/read_itk.h"
+#include "toolkit/io/read_data.h"
 
 namespace rzobl {
 
-/// What the reader takes from a NRRD header itself; the geometry comes from ITK.
 struct NrrdHeader {
-    ExpectedImage image;
+    ImageLayout image;
+    SampleSource source;
+    /// Stated by the key/value pairs rescale_slope and rescale_intercept; NRRD itself has no such field.
     Rescale rescale;
+    /// Sample index to LPS millimetres: images of the three index axes, and of index (0, 0, 0).
+    std::array<Vec3, 3> axes{};
+    Vec3 origin{};
     /// "raw" or "gzip".
     std::string encoding;
     /// "left-posterior-superior" and the like; empty if none is stated.
@@ -17,6 +24,6 @@ struct NrrdHeader {
 };
 
 /// Reads and checks a header, and that its data file is long enough. Throws Error.
-NrrdHeader read_nrrd_header(const std::filesystem::path& file);
+NrrdHeader read_nrrd_header(const std::filesystem::path& file, std::vector<std::string>& warnings);
 
 }  // namespace rzobl

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,6 +19,18 @@ enum class SampleType { Int8, UInt8, Int16, UInt16, Int32, UInt32, Float32, Floa
 std::size_t bytes_of(SampleType type);
 /// "16-bit unsigned".
 const char* name_of(SampleType type);
+
+/// What a header promises.
+struct ImageLayout {
+    std::array<std::size_t, 3> size{1, 1, 1};
+    SampleType type = SampleType::Int16;
+    /// 1, or 3 for red, green, blue.
+    int channels = 1;
+
+    /// Samples, each of `channels` values, and the bytes of all; sizes lie between 1 and 32767.
+    std::size_t count() const { return size[0] * size[1] * size[2]; }
+    std::uint64_t bytes() const { return count() * bytes_of(type) * static_cast<std::size_t>(channels); }
+};
 
 /// Samples as a file holds them, in this machine's byte order, and how they read.
 struct StoredSamples {

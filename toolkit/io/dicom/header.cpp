@@ -159,6 +159,14 @@ SeriesFacts facts_of(DcmFileFormat& format) {
     return facts;
 }
 
+/// Reports and directories have no pixels; a picture without them, or an object of no known kind, is damaged.
+bool must_have_pixels(DcmFileFormat& format) {
+    std::string kind = text_of(*format.getDataset(), DCM_SOPClassUID);
+    if (kind.empty()) kind = text_of(*format.getMetaInfo(), DCM_MediaStorageSOPClassUID);
+    return kind.empty() || dcmIsImageStorageSOPClassUID(kind.c_str()) ||
+           format.getDataset()->tagExists(DCM_Rows);
+}
+
 }  // namespace
 
 Header read_header(const fs::path& file) {
@@ -169,8 +177,7 @@ Header read_header(const fs::path& file) {
     Header header;
     header.series = facts_of(format);
     if (!data.tagExists(DCM_PixelData) || !data.tagExists(DCM_Rows)) {
-        // A picture whose pixels are gone is damaged; a report never had any.
-        if (data.tagExists(DCM_Rows)) refuse("%s is damaged or cut short (it has no pixels)", file.c_str());
+        if (must_have_pixels(format)) refuse("%s is damaged or cut short (it has no pixels)", file.c_str());
         return header;
     }
 
