@@ -177,7 +177,8 @@ Image reformat(const Volume& volume, const PlaneRequest& asked) {
     const RZ_Box volumeBox = volume.grid().box();
     const RZ_Box outputBox = box_in_plane(request);
     const RZ_PlaneParams plane = plane_of(request);
-    const auto halfThickness = static_cast<float>(0.5 * request.thickness);
+    // A hair more, so that a slab of a whole number of steps keeps its outer planes whatever the rounding.
+    const auto halfThickness = static_cast<float>(0.5 * request.thickness * (1 + 1e-5));
     image.firstRow = image.height();
     image.firstColumn = image.width();
     CallSlices slices(volume);
