@@ -27,9 +27,9 @@ bool prepare_both(CurvedRequest& request, rz_reference::CurveData& want, RZ_Curv
         branches);
     EXPECT_EQ(prepare(request, got), expected);
     EXPECT_TRUE(same_box(copy.imageBox, request.imageBox));
-    if (request.secondBox) EXPECT_TRUE(same_box(*copy.secondBox, *request.secondBox));
+    EXPECT_TRUE(!request.secondBox || same_box(*copy.secondBox, *request.secondBox));
     EXPECT_EQ(log.lines().size(), want.warned ? 1U : 0U);
-    if (expected != 0) EXPECT_EQ(difference(want, got), "");
+    EXPECT_EQ(expected != 0 ? difference(want, got) : "", "");
     return expected != 0;
 }
 
@@ -69,7 +69,8 @@ void expect_parts_make_the_whole(CurvedRequest& request, RZ_CurveProjectData& da
             const float from = static_cast<float>(i) / count;
             const float to = static_cast<float>(i + 1) / count;
             const CurvedOutputs out = draw(request, data, together.data(), from, to, draw_by_entry, branches);
-            if (!out.boundsUntouched() || wholeOut.boundsUntouched()) EXPECT_TRUE(out == wholeOut);
+            const bool drew = !out.boundsUntouched() || wholeOut.boundsUntouched();
+            EXPECT_TRUE(!drew || out == wholeOut);
         }
         EXPECT_TRUE(together == whole) << parts << " parts";
     }
@@ -243,17 +244,17 @@ void run_requests(int pixelKind, int count) {
     }
     if (!is_replay()) {
         // Most requests draw something.
-        EXPECT_GT(branches.count("pixels"), count / 2);
-        EXPECT_GT(branches.count("column drawn"), 5L * count);
+        EXPECT_GT(branches.count("pixels"), count / 3);
+        EXPECT_GT(branches.count("column drawn"), 4L * count);
     }
 }
 
 TEST(RandomCurvedRequests, SixteenBits) {
-    run_requests<std::int16_t>(0, 2400);
+    run_requests<std::int16_t>(0, 4000);
 }
 
 TEST(RandomCurvedRequests, EightBits) {
-    run_requests<std::uint8_t>(1, 2400);
+    run_requests<std::uint8_t>(1, 4000);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -56,15 +57,14 @@ using Drawer = int (*)(const rz_reference::CurvedCall& call, Branches& branches)
 int draw_by_entry(const rz_reference::CurvedCall& call, Branches& branches);
 int draw_by_reference(const rz_reference::CurvedCall& call, Branches& branches);
 
-/// A raster for the request's image with room for the offset of columns and for the dimensions before the
-/// margin, between fences.
+/// A raster for the request's image with room for the offset of columns, between fences.
 template <class Sample>
 class ImageRaster {
   public:
     ImageRaster(const CurvedRequest& request)
         : stride_(request.imageBox.rowStride),
           block_(static_cast<std::size_t>(stride_) *
-                     static_cast<std::size_t>(request.imageBox.yDim + 2 * kRoom + 8),
+                     static_cast<std::size_t>(std::max(request.imageBox.yDim, 0) + 2 * kRoom),
                  request.seed) {}
     Sample* data() { return block_.data() + std::ptrdiff_t{kRoom} * stride_; }
     Sample at(int column, int row) const {
