@@ -23,7 +23,7 @@ class RZ_OBL_API RZ_CurveProjectData {
     RZ_CurveProjectData() = default;
     ~RZ_CurveProjectData();
     RZ_CurveProjectData(const RZ_CurveProjectData&) = delete;
-    /// Deep. An array that other lacks is not to be used afterwards where this object had to grow.
+    /// Deep. An array that other lacks is no copy of anything afterwards, but still one of this object's own.
     RZ_CurveProjectData& operator=(const RZ_CurveProjectData& other);
 
     /// Samples into which the whole curve is divided; even.

@@ -8,6 +8,16 @@ std::size_t room(int sampleCount) {
     return 2 * static_cast<std::size_t>(sampleCount) + 1;
 }
 
+void make_anew(RZ_3Coord*& array, std::size_t wanted) {
+    delete[] array;
+    array = nullptr;
+    array = new RZ_3Coord[wanted];
+}
+
+void copy(RZ_3Coord* to, const RZ_3Coord* from, std::size_t bytes) {
+    if (to != nullptr && from != nullptr) std::memmove(static_cast<void*>(to), from, bytes);
+}
+
 }  // namespace
 
 RZ_CurveProjectData::~RZ_CurveProjectData() {
@@ -18,20 +28,12 @@ RZ_CurveProjectData::~RZ_CurveProjectData() {
 
 RZ_CurveProjectData& RZ_CurveProjectData::operator=(const RZ_CurveProjectData& other) {
     if (other.sampleCount > sampleCount) {
-        delete[] points;
-        points = nullptr;
-        points = new RZ_3Coord[room(other.sampleCount)];
-        // required: an array that other lacks keeps its released address
-        delete[] directions;
-        delete[] normals;
-        if (other.directions != nullptr) {
-            directions = nullptr;
-            directions = new RZ_3Coord[room(other.sampleCount)];
-        }
-        if (other.normals != nullptr) {
-            normals = nullptr;
-            normals = new RZ_3Coord[room(other.sampleCount)];
-        }
+        const std::size_t wanted = room(other.sampleCount);
+        make_anew(points, wanted);
+        // required: an array that other lacks does not become null. It grows with the rest, since an address
+        // that was only released would be written and released again.
+        if (directions != nullptr || other.directions != nullptr) make_anew(directions, wanted);
+        if (normals != nullptr || other.normals != nullptr) make_anew(normals, wanted);
     }
     sampleCount = other.sampleCount;
     firstSample = other.firstSample;
@@ -40,9 +42,8 @@ RZ_CurveProjectData& RZ_CurveProjectData::operator=(const RZ_CurveProjectData& o
     viewStart = other.viewStart;
     viewEnd = other.viewEnd;
     const std::size_t bytes = room(sampleCount) * sizeof(RZ_3Coord);
-    if (other.points != nullptr) std::memmove(static_cast<void*>(points), other.points, bytes);
-    // required: the test is on the destination
-    if (directions != nullptr) std::memmove(static_cast<void*>(directions), other.directions, bytes);
-    if (normals != nullptr) std::memmove(static_cast<void*>(normals), other.normals, bytes);
+    copy(points, other.points, bytes);
+    copy(directions, other.directions, bytes);
+    copy(normals, other.normals, bytes);
     return *this;
 }
