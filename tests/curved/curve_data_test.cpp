@@ -146,6 +146,13 @@ TEST(CurveProjectData, AssignmentOfFewerArraysLeavesNoTwoOwners) {
     fill(to, 4, 0.0F);
     to = from;
     expect_copied(from, to);
+    // The arrays that the source lacks do not become null, and are of use again.
+    EXPECT_NE(to.directions, nullptr);
+    EXPECT_NE(to.normals, nullptr);
+    RZ_CurveProjectData whole;
+    fill(whole, 9, 300.0F);
+    to = whole;
+    expect_copied(whole, to);
     // Where the object need not grow it keeps its own arrays.
     RZ_CurveProjectData wide;
     fill(wide, 20, 3.0F);
