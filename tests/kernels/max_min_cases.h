@@ -1,8 +1,11 @@
 #pragma once
 
 #include <algorithm>
+#include <iterator>
+#include <vector>
 
 #include "rz_obl/RZ_OBLplanar/kernels/max_min/scan_max_min.h"
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 #include "tests/reference/max_min.h"
 #include "tests/reference/scan_steps.h"
 #include "tests/support/branches.h"
@@ -32,6 +35,26 @@ constexpr NamedKernel kMaxPixelMajor = {"maximum, pixel-major", rz_obl::scan_max
 constexpr NamedKernel kMinPixelMajor = {"minimum, pixel-major", rz_obl::scan_min_pixel_major,
                                         rz_reference::scan_min_pixel_major, false, true};
 constexpr NamedKernel kAllKernels[] = {kMaxPlaneMajor, kMinPlaneMajor, kMaxPixelMajor, kMinPixelMajor};
+
+/// Eight lanes of each.
+constexpr NamedKernel kWideKernels[] = {
+    {"maximum, plane-major, wide", rz_obl::scan_max_plane_major_avx2, rz_reference::scan_max_plane_major,
+     true, false},
+    {"minimum, plane-major, wide", rz_obl::scan_min_plane_major_avx2, rz_reference::scan_min_plane_major,
+     false, false},
+    {"maximum, pixel-major, wide", rz_obl::scan_max_pixel_major_avx2, rz_reference::scan_max_pixel_major,
+     true, true},
+    {"minimum, pixel-major, wide", rz_obl::scan_min_pixel_major_avx2, rz_reference::scan_min_pixel_major,
+     false, true},
+};
+
+/// All of them that this processor runs.
+inline std::vector<NamedKernel> kernels_here() {
+    std::vector<NamedKernel> kernels(std::begin(kAllKernels), std::end(kAllKernels));
+    if (rz_obl::g_cpuFeatures.hasAvx2())
+        kernels.insert(kernels.end(), std::begin(kWideKernels), std::end(kWideKernels));
+    return kernels;
+}
 
 /// Runs a kernel on a raster that holds one value everywhere.
 template <class Scan>

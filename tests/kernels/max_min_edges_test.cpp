@@ -17,7 +17,7 @@ auto scan(const NamedKernel& k, bool fast = false) {
 }
 
 TEST(MaxMinEdges, maximum_keeps_greater_content_and_a_minimum_replaces_it) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(12, 4, 6, 1, 8);
         fill_all(c, 1000);
@@ -34,7 +34,7 @@ TEST(MaxMinEdges, maximum_keeps_greater_content_and_a_minimum_replaces_it) {
 }
 
 TEST(MaxMinEdges, one_plane_is_sampled_once) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(12, 4, 6, 1, 4);
         fill_by(c, [](int x, int, int) { return 1000 + 100 * x; });
@@ -46,7 +46,7 @@ TEST(MaxMinEdges, one_plane_is_sampled_once) {
 }
 
 TEST(MaxMinEdges, extremes_of_the_slab) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(12, 4, 9, 1, 2);
         const int slices[9] = {9, 9, 40, 20, 70, 30, 60, 9, 9};
@@ -67,7 +67,7 @@ ScanCase16 rows_case(int rowCount) {
 }
 
 TEST(MaxMinEdges, six_rows_in_fast_mode) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         const auto c = rows_case(6);
         const auto o = run_on(5, c, scan(k, true));
@@ -85,7 +85,7 @@ TEST(MaxMinEdges, six_rows_in_fast_mode) {
 }
 
 TEST(MaxMinEdges, seven_rows_in_fast_mode) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         const auto c = rows_case(7);
         const auto o = run_on(5, c, scan(k, true));
@@ -99,7 +99,7 @@ TEST(MaxMinEdges, seven_rows_in_fast_mode) {
 }
 
 TEST(MaxMinEdges, two_rows_in_fast_mode_are_both_scanned) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         const auto c = rows_case(2);
         const auto o = run_on(5, c, scan(k, true));
@@ -109,7 +109,7 @@ TEST(MaxMinEdges, two_rows_in_fast_mode_are_both_scanned) {
 }
 
 TEST(MaxMinEdges, row_fill_takes_the_background_as_it_is) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = rows_case(3);
         set_span(c, 2, 4, 8);
@@ -120,7 +120,7 @@ TEST(MaxMinEdges, row_fill_takes_the_background_as_it_is) {
 }
 
 TEST(MaxMinEdges, odd_and_even_runs_in_fast_mode) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         for (const int last : {14, 15}) {
             SCOPED_TRACE(k.name);
             auto c = blank_scan_case<ScanCase16>(30, 4, 3, 1, 20);
@@ -136,7 +136,7 @@ TEST(MaxMinEdges, odd_and_even_runs_in_fast_mode) {
 }
 
 TEST(MaxMinEdges, columns_between_are_not_sampled_in_fast_mode) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(30, 4, 3, 1, 20);
         fill_by(c, [](int x, int, int) { return x % 2 == 0 ? -100 : (x == 11 ? 5000 : -5000); });
@@ -146,7 +146,7 @@ TEST(MaxMinEdges, columns_between_are_not_sampled_in_fast_mode) {
 }
 
 TEST(MaxMinEdges, average_of_columns_truncates_toward_zero) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(12, 4, 3, 1, 3);
         fill_by(c, [](int x, int, int) { return x == 0 ? -3 : 0; });
@@ -155,7 +155,7 @@ TEST(MaxMinEdges, average_of_columns_truncates_toward_zero) {
 }
 
 TEST(MaxMinEdges, maximum_fills_a_column_only_upward) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(12, 4, 3, 1, 5);
         fill_all(c, -10);
@@ -165,7 +165,7 @@ TEST(MaxMinEdges, maximum_fills_a_column_only_upward) {
 }
 
 TEST(MaxMinEdges, column_step_is_doubled_where_no_row_is_visited) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(12, 4, 3, 0, 5);
         c.columnStep = {5, -7, 1 << 30};
@@ -183,7 +183,7 @@ TEST(MaxMinEdges, column_step_is_doubled_where_no_row_is_visited) {
 }
 
 TEST(MaxMinEdges, row_between_does_not_count_for_the_bounds_in_fast_mode) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = rows_case(5);
         set_span(c, 0, 1, 0);
@@ -272,7 +272,7 @@ TEST(MaxMinEdges, equal_sample_does_not_enter_the_memory) {
 }
 
 TEST(MaxMinEdges, no_plane_at_all_still_writes_the_seed) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(12, 4, 6, 1, 3);
         fill_by(c, [](int x, int, int) { return 1000 + 100 * x; });
@@ -287,7 +287,7 @@ TEST(MaxMinEdges, no_plane_at_all_still_writes_the_seed) {
 
 // 40001 planes do not fit the 16 bits of the memory, which then holds -25535.
 TEST(MaxMinEdges, thickest_slabs_wrap_the_memory) {
-    for (const NamedKernel& k : kAllKernels) {
+    for (const NamedKernel& k : kernels_here()) {
         SCOPED_TRACE(k.name);
         auto c = blank_scan_case<ScanCase16>(12, 4, 6, 1, 2);
         fill_all(c, 1000);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 #include "tests/kernels/max_min_cases.h"
 
 // Maximum and minimum in both loop orders against their plain forms, on seeded cases that together reach
@@ -91,6 +92,17 @@ TEST(ScanMaxMinRandom, columns_run_over_into_the_next_row) {
         Branches branches;
         compare(k, 800, Reach::kInRaster, branches);
         EXPECT_EQ(branches.never_met({"plane wins", "plane skipped"}), "");
+    }
+}
+
+TEST(ScanMaxMinRandom, wide_forms) {
+    if (!rz_obl::g_cpuFeatures.hasAvx2())
+        GTEST_SKIP() << "this processor has no AVX2: the wide forms did not run";
+    for (const NamedKernel& k : kWideKernels) {
+        Branches branches;
+        compare(k, 4000, Reach::kInside, branches);
+        compare(k, 800, Reach::kInRaster, branches);
+        EXPECT_EQ(never_met_of_all(branches), "");
     }
 }
 

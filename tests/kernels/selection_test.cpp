@@ -278,7 +278,8 @@ TEST_F(Selection, max_and_min_choose_the_loop_order_by_the_slab_step) {
                 (maximum ? kEntries16[2] : kEntries16[3])(given.args);
                 const KernelCall c = given.call();
                 EXPECT_EQ(c.kernel, std::string(maximum ? "scan_max_" : "scan_min_") +
-                                        (k.pixelMajor ? "pixel_major" : "plane_major"));
+                                        (k.pixelMajor ? "pixel_major" : "plane_major") +
+                                        (processor_has_avx2() ? "_avx2" : ""));
                 EXPECT_EQ(c.fast, quality == 1 ? 1 : 0);
             }
         }

@@ -2,6 +2,7 @@
 #include "rz_obl/RZ_OBLplanar/kernels/max_min/scan_nearest.h"
 #include "rz_obl/RZ_OBLplanar/selection/selection.h"
 #include "rz_obl/RZ_OBLplanar/selection/sign_of_slab.h"
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 #include "rz_obl/rendition.h"
 
 namespace rz_obl {
@@ -25,8 +26,11 @@ void scan_max_12(const scan_args_16& args, const short*** /*fastIndex*/) {
     const Quality quality = static_cast<Quality>(args.quality);
     if (quality == Quality::Nearest) return scan_nearest(args);
     const bool fast = quality == Quality::LinearFast;
-    if (walks_mainly_along_x(args.slabStep)) return scan_max_pixel_major(args, fast);
-    return scan_max_plane_major(args, fast);
+    const bool wide = g_cpuFeatures.hasAvx2();  // both forms make the same bits
+    if (walks_mainly_along_x(args.slabStep)) {
+        return wide ? scan_max_pixel_major_avx2(args, fast) : scan_max_pixel_major(args, fast);
+    }
+    return wide ? scan_max_plane_major_avx2(args, fast) : scan_max_plane_major(args, fast);
 }
 
 void scan_min_12(const scan_args_16& args, const short*** /*fastIndex*/) {
@@ -34,8 +38,11 @@ void scan_min_12(const scan_args_16& args, const short*** /*fastIndex*/) {
     const Quality quality = static_cast<Quality>(args.quality);
     if (quality == Quality::Nearest) return scan_nearest(args);
     const bool fast = quality == Quality::LinearFast;
-    if (walks_mainly_along_x(args.slabStep)) return scan_min_pixel_major(args, fast);
-    return scan_min_plane_major(args, fast);
+    const bool wide = g_cpuFeatures.hasAvx2();  // both forms make the same bits
+    if (walks_mainly_along_x(args.slabStep)) {
+        return wide ? scan_min_pixel_major_avx2(args, fast) : scan_min_pixel_major(args, fast);
+    }
+    return wide ? scan_min_plane_major_avx2(args, fast) : scan_min_plane_major(args, fast);
 }
 
 }  // namespace rz_obl

@@ -12,6 +12,10 @@ void scan_min_pixel_major(const scan_args_16& args, bool fast) {
     scan_pixel_major<Minimum>(args, fast);
 }
 
+void fill_columns_min(short* row, int first, int last) {
+    fill_columns<Minimum>(row, first, last);
+}
+
 void fill_rows_min(int first, int last, int left, int right, int rowStride, short* output) {
     fill_rows<Minimum>(first, last, left, right, rowStride, output);
 }
