@@ -2,20 +2,28 @@
 #include "rz_obl/RZ_OBLplanar/kernels/linear/scan_linear.h"
 #include "rz_obl/RZ_OBLplanar/kernels/run_start.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/cells_avx2.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/run_shape_avx2.h"
 
 namespace rz_obl {
 namespace {
 
+constexpr int kLanes = 8;
 // Blocks of eight columns by four rows, plane by plane inside a block: neighbouring rows of a steep plane
 // share cache lines.
-constexpr int kLanes = 8;
 constexpr int kRows = 4;
 
-/// One row of a block.
-struct block_run {
-    q18_point position;  // of the next column
-    short* output;       // of the next column
-    int columns;         // left
+struct linear_scan {
+    wide_source source;
+    __m256i offsetFactors;
+    wide_point lanes;
+    wide_point toNextPlane;
+    __m256 count;
+};
+
+struct linear_run {
+    q18_point start;
+    short* output;  // of the first column
+    int columns;
 };
 
 /// Means of eight sums, halves away from zero, in 32-bit lanes.
@@ -26,7 +34,7 @@ inline __m256i rounded_means(__m256i sums, __m256 count) {
 }
 
 /// Stores the low 16 bits of the first `columns` lanes.
-inline void store_pixels(__m256i values, int columns, short* output) {
+inline void store_lanes(__m256i values, int columns, short* output) {
     const __m128i pixels =
         _mm_packs_epi32(_mm256_castsi256_si128(values), _mm256_extracti128_si256(values, 1));
     if (columns >= kLanes) {
@@ -38,89 +46,156 @@ inline void store_pixels(__m256i values, int columns, short* output) {
     for (int lane = 0; lane < columns; ++lane) output[lane] = pixel[lane];
 }
 
-class linear_scan {
-  public:
-    explicit linear_scan(const scan_args_16& args)
-        : slices_(args.slices),
-          width_(args.sourceWidth),
-          planes_(2 * args.slabSteps + 1),
-          columnStep_(q18_step(args.columnStep)),
-          offsetFactors_(wide_offset_factors(args.sourceWidth)),
-          lanes_(multiples(lane_numbers(kLanes), columnStep_)),
-          toNextPlane_(in_all_lanes(q18_step(args.slabStep))) {}
+/// The mean of one plane is its sample. No plane at all, for negative slabSteps, gives 0.
+inline void store_means(const linear_scan& scan, __m256i sums, int columns, short* output) {
+    store_lanes(scan.source.planes == 1 ? sums : rounded_means(sums, scan.count), columns, output);
+}
 
-    /// Draws up to four rows to their ends.
-    void draw(block_run* runs, int rows) const {
-        for (bool more = true; more;) {
-            more = false;
-            draw_block(runs, rows);
-            for (int r = 0; r < rows; ++r) {
-                runs[r].position = runs[r].position + kLanes * columnStep_;
-                runs[r].output += kLanes;
-                runs[r].columns -= kLanes;
-                more = more || runs[r].columns > 0;
-            }
+inline wide_point lanes_of(const linear_scan& scan, int columns) {
+    return columns >= kLanes ? scan.lanes : multiples(lane_numbers(columns), scan.source.pixelStep);
+}
+
+/// Up to eight columns of each run, from column `done` on.
+void draw_block(const linear_scan& scan, const linear_run* runs, int count, int done) {
+    wide_point position[kRows];
+    __m256i sum[kRows];
+    for (int r = 0; r < count; ++r) {
+        const int left = runs[r].columns - done;
+        if (left <= 0) continue;
+        position[r] = in_all_lanes(runs[r].start + done * scan.source.pixelStep) + lanes_of(scan, left);
+        sum[r] = _mm256_setzero_si256();
+    }
+    for (int plane = 0; plane < scan.source.planes; ++plane) {
+        for (int r = 0; r < count; ++r) {
+            if (runs[r].columns <= done) continue;
+            const wide_cells cells =
+                gather_cells(scan.source.slices, position[r], scan.offsetFactors, scan.source.width);
+            sum[r] = _mm256_add_epi32(sum[r], interpolate_cells(cells, position[r]));
+            position[r] = position[r] + scan.toNextPlane;
         }
     }
+    for (int r = 0; r < count; ++r) {
+        const int left = runs[r].columns - done;
+        if (left > 0) store_means(scan, sum[r], left, runs[r].output + done);
+    }
+}
 
-  private:
-    void draw_block(const block_run* runs, int rows) const {
-        wide_point position[kRows];
-        __m256i sum[kRows];
-        for (int r = 0; r < rows; ++r) {
-            if (runs[r].columns <= 0) continue;
-            const wide_point lanes =
-                runs[r].columns >= kLanes ? lanes_ : multiples(lane_numbers(runs[r].columns), columnStep_);
-            position[r] = in_all_lanes(runs[r].position) + lanes;
-            sum[r] = _mm256_setzero_si256();
-        }
-        for (int plane = 0; plane < planes_; ++plane) {
-            for (int r = 0; r < rows; ++r) {
-                if (runs[r].columns <= 0) continue;
-                const wide_cells cells = gather_cells(slices_, position[r], offsetFactors_, width_);
-                sum[r] = _mm256_add_epi32(sum[r], interpolate_cells(cells, position[r]));
-                position[r] = position[r] + toNextPlane_;
+void draw_anywhere(const linear_scan& scan, const linear_run* runs, int count) {
+    int longest = 0;
+    for (int r = 0; r < count; ++r) longest = runs[r].columns > longest ? runs[r].columns : longest;
+    for (int done = 0; done < longest; done += kLanes) draw_block(scan, runs, count, done);
+}
+
+void draw_along_row(const linear_scan& scan, const linear_run& run) {
+    const wide_source& source = scan.source;
+    for (int done = 0; done < run.columns; done += kLanes) {
+        const int left = run.columns - done;
+        wide_point position = in_all_lanes(run.start + done * source.pixelStep) + lanes_of(scan, left);
+        row_window window = window_of(position.x, source.width);
+        q18_point p = run.start;
+        __m256i sum = _mm256_setzero_si256();
+        for (int plane = 0; plane < source.planes; ++plane) {
+            const wide_cells cells = cells_of_rows(source, window, p.y, p.z);
+            sum = _mm256_add_epi32(sum, interpolate_cells(cells, position));
+            position = position + scan.toNextPlane;
+            p = p + source.slabStep;
+            if (source.slabStep.x != 0 && plane + 1 < source.planes) {
+                window = window_of(position.x, source.width);
             }
         }
-        const __m256 count = _mm256_set1_ps(static_cast<float>(planes_));
-        for (int r = 0; r < rows; ++r) {
-            if (runs[r].columns <= 0) continue;
-            // the mean of one plane is its sample
-            const __m256i pixels = planes_ == 1 ? sum[r] : rounded_means(sum[r], count);
-            store_pixels(pixels, runs[r].columns, runs[r].output);
+        store_means(scan, sum, left, run.output + done);
+    }
+}
+
+/// Adds the samples of a plane, or of two, to 32-bit sums; lanes 0-3 8-11 | 4-7 12-15 of sixteen columns.
+inline void add_planes(__m256i a, __m256i b, __m256i* sums) {
+    const __m256i ones = _mm256_set1_epi16(1);
+    sums[0] = _mm256_add_epi32(sums[0], _mm256_madd_epi16(_mm256_unpacklo_epi16(a, b), ones));
+    sums[1] = _mm256_add_epi32(sums[1], _mm256_madd_epi16(_mm256_unpackhi_epi16(a, b), ones));
+}
+
+/// Sixteen means from sums in the order that add_planes leaves.
+inline __m256i means_of(const linear_scan& scan, const __m256i* sums) {
+    return _mm256_packs_epi32(rounded_means(sums[0], scan.count), rounded_means(sums[1], scan.count));
+}
+
+void draw_on_grid(const linear_scan& scan, const linear_run& run) {
+    const wide_source& source = scan.source;
+    const bool descending = source.pixelStep.x < 0;
+    for (int done = 0; done < run.columns; done += kGridChunk) {
+        const int from = grid_chunk_start(done, run.columns);
+        const int count = grid_chunk_size(from, run.columns);
+        __m256i sums[2 * kGridChunk / 16];
+        for (int i = 0; i < 2 * ((count + 15) / 16); ++i) sums[i] = _mm256_setzero_si256();
+        for (int plane = 0; plane < source.planes; plane += 2) {
+            const bool both = plane + 1 < source.planes;
+            const short* const a = grid_row(source, run.start, from, count, plane);
+            const short* const b = both ? grid_row(source, run.start, from, count, plane + 1) : a;
+            for (int i = 0; i < count; i += 16) {
+                const int block = grid_block(i, count);
+                const __m256i second = both ? grid_samples(load_sixteen(b + block)) : _mm256_setzero_si256();
+                add_planes(grid_samples(load_sixteen(a + block)), second, sums + i / 8);
+            }
+        }
+        for (int i = 0; i < count; i += 16) {
+            const int block = grid_block(i, count);
+            const int column = from + (descending ? count - 16 - block : block);
+            const __m256i means = means_of(scan, sums + i / 8);
+            store_sixteen(descending ? turned_round(means) : means, run.output + column);
         }
     }
+}
 
-    const short* const* slices_;
-    int width_;
-    int planes_;  // not positive for negative slabSteps: every pixel is 0 then
-    q18_point columnStep_;
-    __m256i offsetFactors_;
-    wide_point lanes_;
-    wide_point toNextPlane_;
-};
+/// A single plane on the grid is copied, less what the stages take.
+void copy_on_grid(const linear_scan& scan, const linear_run& run) {
+    const bool descending = scan.source.pixelStep.x < 0;
+    const short* const row = grid_row(scan.source, run.start, 0, run.columns, 0);
+    for (int i = 0; i < run.columns; i += 16) {
+        const int block = grid_block(i, run.columns);
+        const int column = descending ? run.columns - 16 - block : block;
+        const __m256i samples = grid_samples(load_sixteen(row + block));
+        store_sixteen(descending ? turned_round(samples) : samples, run.output + column);
+    }
+}
 
 }  // namespace
 
 void scan_linear_avx2(const scan_args_16& args) {
-    const linear_scan scan(args);
+    linear_scan scan;
+    scan.source = {args.slices, args.sourceWidth, 2 * args.slabSteps + 1, q18_step(args.columnStep),
+                   q18_step(args.slabStep)};
+    scan.offsetFactors = wide_offset_factors(args.sourceWidth);
+    scan.lanes = multiples(lane_numbers(kLanes), scan.source.pixelStep);
+    scan.toNextPlane = in_all_lanes(scan.source.slabStep);
+    scan.count = _mm256_set1_ps(static_cast<float>(scan.source.planes));
+
     dirty_bounds seen = no_rows_seen(args.rowStride);
-    block_run runs[kRows];
-    int rows = 0;
+    linear_run runs[kRows];
+    int count = 0;
     for (int row = 0; row < args.rowCount; ++row) {
         const int first = args.rowSpans[2 * static_cast<std::ptrdiff_t>(row)];
         const int last = args.rowSpans[2 * static_cast<std::ptrdiff_t>(row) + 1];
         if (first >= last) continue;  // required: a span of one column is skipped, too
         visit_row(seen, row, first, last);
-        runs[rows].position = run_start(args.planeToIndex, row, first, args.slabSteps, args.slabStep);
-        runs[rows].output = args.output + static_cast<std::ptrdiff_t>(row) * args.rowStride + first;
-        runs[rows].columns = last - first + 1;
-        if (++rows == kRows) {
-            scan.draw(runs, rows);
-            rows = 0;
+        linear_run& run = runs[count];
+        run.start = run_start(args.planeToIndex, row, first, args.slabSteps, args.slabStep);
+        run.output = args.output + static_cast<std::ptrdiff_t>(row) * args.rowStride + first;
+        run.columns = last - first + 1;
+        switch (shape_of_run(scan.source, run.start, run.columns)) {
+            case kOnGrid:
+                scan.source.planes == 1 ? copy_on_grid(scan, run) : draw_on_grid(scan, run);
+                break;
+            case kAlongRow:
+                draw_along_row(scan, run);
+                break;
+            case kAnywhere:
+                if (++count == kRows) {
+                    draw_anywhere(scan, runs, count);
+                    count = 0;
+                }
         }
     }
-    if (rows > 0) scan.draw(runs, rows);
+    draw_anywhere(scan, runs, count);
     merge_bounds(seen, args.firstRow, args.lastRow, args.firstColumn, args.lastColumn);
 }
 

@@ -1,4 +1,5 @@
 #include "rz_obl/RZ_OBLplanar/kernels/max_min/scan_max_min.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/run_shape_avx2.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/run_walk_avx2.h"
 
 // A maximum depends neither on the order of planes nor on the memory of the last winner: a sample never
@@ -13,11 +14,8 @@ constexpr int kLanes = 8;
 constexpr int kRows = 4;
 
 struct maximum_scan {
-    const short* const* slices;
-    int width;
-    int planes;  // at least one: for a count that is not positive the seed's plane
-    int stride;  // columns from one sampled column to the next
-    q18_point pixelStep;
+    wide_source source;  // at least one plane: for a count that is not positive the seed's
+    int stride;          // columns from one sampled column to the next
     __m256i offsetFactors;
     wide_point lanes;
     wide_point toNextPlane;
@@ -27,58 +25,143 @@ inline __m256i greatest_raw(const wide_cells& c) {
     return _mm256_max_epi16(_mm256_max_epi16(c.p0, c.p1), _mm256_max_epi16(c.q0, c.q1));
 }
 
-/// One block: up to eight sampled columns of each run, from column `done` on.
-void draw_block(const maximum_scan& scan, const wide_run* runs, int count, int done) {
+inline __m256i improved(__m256i best, const wide_cells& cells, const wide_point& position) {
+    const __m256i beyond = _mm256_cmpgt_epi16(greatest_raw(cells), in_both_halves(best));
+    if (_mm256_testz_si256(beyond, beyond) != 0) return best;
+    return _mm256_max_epi32(best, interpolate_cells(cells, position));
+}
+
+inline wide_point lanes_of(const maximum_scan& scan, int columns) {
+    return columns >= kLanes ? scan.lanes : multiples(lane_numbers(columns), scan.source.pixelStep);
+}
+
+inline short* pixel_at(const maximum_scan& scan, const wide_run& run, int column) {
+    return run.output + static_cast<std::ptrdiff_t>(column) * scan.stride;
+}
+
+/// Up to eight sampled columns of each run, from column `done` on.
+void draw_block(const maximum_scan& scan, const wide_run* const* runs, int count, int done) {
     wide_point position[kRows];
     __m256i best[kRows];
     for (int r = 0; r < count; ++r) {
-        const int left = runs[r].columns - done;
+        const int left = runs[r]->columns - done;
         if (left <= 0) continue;
-        const q18_point start = runs[r].start + done * scan.pixelStep;
-        position[r] = in_all_lanes(start) +
-                      (left >= kLanes ? scan.lanes : multiples(lane_numbers(left), scan.pixelStep));
-        best[r] =
-            load_pixels(runs[r].output + static_cast<std::ptrdiff_t>(done) * scan.stride, left, scan.stride);
+        position[r] = in_all_lanes(runs[r]->start + done * scan.source.pixelStep) + lanes_of(scan, left);
+        best[r] = load_pixels(pixel_at(scan, *runs[r], done), left, scan.stride);
     }
-    for (int plane = 0; plane < scan.planes; ++plane) {
+    for (int plane = 0; plane < scan.source.planes; ++plane) {
         for (int r = 0; r < count; ++r) {
-            if (runs[r].columns <= done) continue;
-            const wide_cells cells = gather_cells(scan.slices, position[r], scan.offsetFactors, scan.width);
-            const __m256i beyond = _mm256_cmpgt_epi16(greatest_raw(cells), in_both_halves(best[r]));
-            if (_mm256_testz_si256(beyond, beyond) == 0) {
-                best[r] = _mm256_max_epi32(best[r], interpolate_cells(cells, position[r]));
-            }
+            if (runs[r]->columns <= done) continue;
+            const wide_cells cells =
+                gather_cells(scan.source.slices, position[r], scan.offsetFactors, scan.source.width);
+            best[r] = improved(best[r], cells, position[r]);
             position[r] = position[r] + scan.toNextPlane;
         }
     }
     for (int r = 0; r < count; ++r) {
-        const int left = runs[r].columns - done;
-        if (left <= 0) continue;
-        store_pixels(best[r], runs[r].output + static_cast<std::ptrdiff_t>(done) * scan.stride, left,
-                     scan.stride);
+        const int left = runs[r]->columns - done;
+        if (left > 0) store_pixels(best[r], pixel_at(scan, *runs[r], done), left, scan.stride);
     }
 }
 
-void draw_runs(const void* scan, const wide_run* runs, int count) {
+void draw_anywhere(const maximum_scan& scan, const wide_run* const* runs, int count) {
     int longest = 0;
-    for (int r = 0; r < count; ++r) longest = runs[r].columns > longest ? runs[r].columns : longest;
-    for (int done = 0; done < longest; done += kLanes) {
-        draw_block(*static_cast<const maximum_scan*>(scan), runs, count, done);
+    for (int r = 0; r < count; ++r) longest = runs[r]->columns > longest ? runs[r]->columns : longest;
+    for (int done = 0; done < longest; done += kLanes) draw_block(scan, runs, count, done);
+}
+
+void draw_along_row(const maximum_scan& scan, const wide_run& run) {
+    const wide_source& source = scan.source;
+    for (int done = 0; done < run.columns; done += kLanes) {
+        const int left = run.columns - done;
+        wide_point position = in_all_lanes(run.start + done * source.pixelStep) + lanes_of(scan, left);
+        row_window window = window_of(position.x, source.width);
+        q18_point p = run.start;
+        __m256i best = load_pixels(pixel_at(scan, run, done), left, scan.stride);
+        for (int plane = 0; plane < source.planes; ++plane) {
+            best = improved(best, cells_of_rows(source, window, p.y, p.z), position);
+            position = position + scan.toNextPlane;
+            p = p + source.slabStep;
+            if (source.slabStep.x != 0 && plane + 1 < source.planes) {
+                window = window_of(position.x, source.width);
+            }
+        }
+        store_pixels(best, pixel_at(scan, run, done), left, scan.stride);
     }
+}
+
+/// The greatest raw samples of `count` columns over all planes, four planes at a time.
+void greatest_of_planes(const wide_source& source, const q18_point& start, int from, int count,
+                        __m256i* greatest) {
+    for (int i = 0; i < (count + 15) / 16; ++i) greatest[i] = _mm256_set1_epi16(-32768);
+    for (int plane = 0; plane < source.planes; plane += 4) {
+        const short* rows[4];
+        for (int k = 0; k < 4; ++k) {
+            const int own = plane + k < source.planes ? plane + k : source.planes - 1;
+            rows[k] = grid_row(source, start, from, count, own);
+        }
+        for (int i = 0; i < count; i += 16) {
+            const int block = grid_block(i, count);
+            const __m256i a = _mm256_max_epi16(load_sixteen(rows[0] + block), load_sixteen(rows[1] + block));
+            const __m256i b = _mm256_max_epi16(load_sixteen(rows[2] + block), load_sixteen(rows[3] + block));
+            greatest[i / 16] = _mm256_max_epi16(greatest[i / 16], _mm256_max_epi16(a, b));
+        }
+    }
+}
+
+/// On the grid a sample is a rising function of one raw sample: it is worked out once, of the greatest.
+void draw_on_grid(const maximum_scan& scan, const wide_run& run) {
+    const wide_source& source = scan.source;
+    const bool descending = source.pixelStep.x < 0;
+    for (int done = 0; done < run.columns; done += kGridChunk) {
+        const int from = grid_chunk_start(done, run.columns);
+        const int count = grid_chunk_size(from, run.columns);
+        __m256i greatest[kGridChunk / 16];
+        greatest_of_planes(source, run.start, from, count, greatest);
+        for (int i = 0; i < count; i += 16) {
+            const int block = grid_block(i, count);
+            const int column = from + (descending ? count - 16 - block : block);
+            __m256i pixels = grid_samples(greatest[i / 16]);
+            if (descending) pixels = turned_round(pixels);
+            short* const output = run.output + column;
+            store_sixteen(_mm256_max_epi16(pixels, load_sixteen(output)), output);
+        }
+    }
+}
+
+void draw_runs(const void* opaque, const wide_run* runs, int count) {
+    const maximum_scan& scan = *static_cast<const maximum_scan*>(opaque);
+    const wide_run* anywhere[kRows];
+    int rows = 0;
+    for (int r = 0; r < count; ++r) {
+        switch (shape_of_run(scan.source, runs[r].start, runs[r].columns)) {
+            case kOnGrid:
+                if (scan.stride == 1) {
+                    draw_on_grid(scan, runs[r]);
+                    break;
+                }
+                draw_along_row(scan, runs[r]);
+                break;
+            case kAlongRow:
+                draw_along_row(scan, runs[r]);
+                break;
+            case kAnywhere:
+                anywhere[rows++] = &runs[r];
+        }
+    }
+    draw_anywhere(scan, anywhere, rows);
 }
 
 void scan_max(const scan_args_16& args, bool fast, bool pixelMajor) {
     if (fast) double_wide_step(args.columnStep);
     const int planes = wrap_add(wrap_mul(2, args.slabSteps), 1);
     maximum_scan scan;
-    scan.slices = args.slices;
-    scan.width = args.sourceWidth;
-    scan.planes = planes > 0 ? planes : 1;
+    scan.source = {args.slices, args.sourceWidth, planes > 0 ? planes : 1,
+                   wide_pixel_step(args, planes, pixelMajor), q18_step(args.slabStep)};
     scan.stride = fast ? 2 : 1;
-    scan.pixelStep = wide_pixel_step(args, planes, pixelMajor);
     scan.offsetFactors = wide_offset_factors(args.sourceWidth);
-    scan.lanes = multiples(lane_numbers(kLanes), scan.pixelStep);
-    scan.toNextPlane = in_all_lanes(q18_step(args.slabStep));
+    scan.lanes = multiples(lane_numbers(kLanes), scan.source.pixelStep);
+    scan.toNextPlane = in_all_lanes(scan.source.slabStep);
     walk_wide_rows(args, fast, {draw_runs, &scan, kRows, fill_columns_max, fill_rows_max});
 }
 
