@@ -178,6 +178,15 @@ TEST(RandomCoordinates, RZ_CurvedPhysicalToRaster) {
             point.y = random.pick({std::numeric_limits<float>::quiet_NaN(), 1.0e15F, -1.0e30F,
                                    std::numeric_limits<float>::infinity()});
         }
+        if (random.once_in(6)) {
+            // A point of the curve that the search meets itself.
+            const int count = RZ_GetWpixels(r.spline, r.imageBox);
+            if (count > 1) {
+                std::vector<RZ_3Coord> met(static_cast<std::size_t>(count));
+                r.spline.InterpolateEDCurve(met.data(), count, 5, nullptr, 0, 0);
+                point = met[static_cast<std::size_t>(random.between(0, count - 1))];
+            }
+        }
         const std::array<float, 3> physical{point.x, point.y, point.z};
         RZ_3Coord origin = random_point(random, r);
         const float fraction =
