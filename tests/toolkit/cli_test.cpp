@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -12,8 +13,9 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/toolkit/decode_png.h"
+#include "tests/toolkit/names_in.h"
+#include "tests/toolkit/readers_support.h"
 #include "tests/toolkit/run_program.h"
-#include "tests/toolkit/temporary_folder.h"
 #include "toolkit/core/phantom.h"
 #include "toolkit/core/plane_request.h"
 #include "toolkit/io/read_volume.h"
@@ -70,7 +72,7 @@ TEST(CliMpr, NeedsNothingButInputAndOutput) {
     const Decoded picture = decode_png(folder / "a.png");
     EXPECT_EQ(picture.width, 46);
     EXPECT_EQ(picture.height, 54);
-    EXPECT_THAT(folder.names(), testing::ElementsAre("a.png"));
+    EXPECT_THAT(names_in(folder.path()), testing::ElementsAre("a.png"));
 }
 
 TEST(CliMpr, DrawsWhatTheLibraryDraws) {
@@ -173,7 +175,7 @@ class CliMprRefuses : public testing::TestWithParam<BadInput> {};
 TEST_P(CliMprRefuses, WithOneSentenceAndNoFile) {
     const TemporaryFolder folder;
     EXPECT_THAT(refusal_of(mpr(folder / "a.png", GetParam().arguments)), HasSubstr(GetParam().says));
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -228,7 +230,7 @@ TEST(CliMpr, RefusesInputsThatAreNone) {
     for (const char* input : {"missing", "missing.nrrd", "empty", "text.dcm", "text.nrrd"})
         EXPECT_THAT(refusal_of(mpr(out, {}, (folder / input).string())), HasSubstr(input));
     EXPECT_FALSE(fs::exists(out));
-    EXPECT_EQ(folder.names().size(), 3U);
+    EXPECT_EQ(names_in(folder.path()).size(), 3U);
 }
 
 TEST(CliMpr, RefusesACutFile) {
@@ -249,14 +251,58 @@ TEST(CliMpr, RefusesOutputsThatCannotBeWritten) {
     EXPECT_THAT(refusal_of(mpr("/proc/a.png", {})), HasSubstr("cannot write /proc/a.png"));
     EXPECT_THAT(refusal_of(mpr(folder.path(), {"--force"})), HasSubstr("cannot"));
     EXPECT_THAT(refusal_of(mpr(folder / "a.nrrd", {"--window", "40,400"})), HasSubstr("window"));
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
 }
 
 TEST(CliMpr, RefusesTheTypesThatColoursDoNotHave) {
     const TemporaryFolder folder;
     EXPECT_THAT(refusal_of(mpr(folder / "a.png", {"--type", "max"}, phantoms().colour())),
                 HasSubstr("colour"));
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
+}
+
+TEST(CliMpr, ARealSeriesAndWhatCanBeWrongWithOne) {
+    const fs::path ct = real_ct();
+    if (ct.empty())
+        GTEST_SKIP() << "the real CT is not here: CliMpr.ARealSeriesAndWhatCanBeWrongWithOne did not run";
+    const TemporaryFolder folder;
+    const fs::path out = folder / "a.png";
+    EXPECT_THAT(refusal_of(mpr(out, {}, (ct / "phantom-tilted").string())),
+                AllOf(HasSubstr("16.5 degrees"), HasSubstr("--regrid")));
+
+    // Hard links need one file system; where there are two, copies do.
+    const auto take = [](const fs::path& from, const fs::path& to) {
+        std::error_code error;
+        fs::create_hard_link(from, to, error);
+        if (error) fs::copy_file(from, to);
+    };
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::directory_iterator(ct / "phantom")) files.push_back(entry.path());
+    std::sort(files.begin(), files.end());
+    fs::create_directory(folder / "series");
+    fs::create_directory(folder / "cut");
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        // The file in the middle of the names lies somewhere inside the stack.
+        if (i != files.size() / 2) take(files[i], folder.path() / "series" / files[i].filename().string());
+    }
+    const Finished gap = mpr(out, {}, (folder / "series").string());
+    EXPECT_THAT(refusal_of(gap), HasSubstr("--regrid"));
+    fs::copy_file(files[0], folder.path() / "cut" / "a.dcm");
+    fs::resize_file(folder.path() / "cut" / "a.dcm", fs::file_size(files[0]) / 2);
+    refusal_of(mpr(out, {}, (folder / "cut").string()));
+    EXPECT_FALSE(fs::exists(out));
+
+    for (const auto& entry : fs::directory_iterator(ct / "phantom-tilted"))
+        take(entry.path(), folder.path() / "series" / ("tilted-" + entry.path().filename().string()));
+    EXPECT_THAT(refusal_of(mpr(out, {}, (folder / "series").string())), HasSubstr("series"));
+    EXPECT_FALSE(fs::exists(out));
+
+    const Finished good = mpr(out, {"--preset", "coronal"}, (ct / "phantom").string());
+    EXPECT_EQ(good.status, 0) << good.err;
+    EXPECT_EQ(good.err, "");
+    const Decoded picture = decode_png(out);
+    EXPECT_EQ(picture.width, 512);
+    EXPECT_EQ(picture.height, 311);
 }
 
 TEST(CliProgram, SaysHowItIsUsed) {

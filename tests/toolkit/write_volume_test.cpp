@@ -16,7 +16,8 @@
 
 #include "tests/toolkit/core_fields.h"
 #include "tests/toolkit/decode_png.h"
-#include "tests/toolkit/temporary_folder.h"
+#include "tests/toolkit/names_in.h"
+#include "tests/toolkit/readers_support.h"
 #include "toolkit/core/error.h"
 #include "toolkit/io/output_file.h"
 #include "toolkit/io/write_volume.h"
@@ -173,10 +174,10 @@ TEST_P(WriteVolume, LeavesAnExistingFileUnlessForced) {
     std::ofstream(path) << "mine";
     EXPECT_THAT(refusal([&] { write_volume(small_picture(), path, false); }), HasSubstr("--force"));
     EXPECT_EQ(file_bytes(path), "mine");
-    EXPECT_EQ(folder.names().size(), 1U);
+    EXPECT_EQ(names_in(folder.path()).size(), 1U);
     EXPECT_EQ(refusal([&] { write_volume(small_picture(), path, true); }), "");
     EXPECT_GT(file_bytes(path).size(), 12U);
-    EXPECT_EQ(folder.names().size(), 1U);
+    EXPECT_EQ(names_in(folder.path()).size(), 1U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, WriteVolume, testing::Values(".mha", ".nrrd", ".nii", ".nii.gz"),
@@ -213,7 +214,7 @@ TEST(WritePng, HoldsTheGreysOfTheWindow) {
     EXPECT_EQ(picture.height, 2);
     EXPECT_FALSE(picture.colour);
     EXPECT_THAT(picture.bytes, ElementsAre(0, 0, 0, 128, 255, 255));
-    EXPECT_THAT(folder.names(), ElementsAre("a.png"));
+    EXPECT_THAT(names_in(folder.path()), ElementsAre("a.png"));
 }
 
 TEST(WritePng, TellsTheSizeOfAPixel) {
@@ -258,7 +259,7 @@ TEST(WriteRefusals, LeaveNothingBehind) {
     EXPECT_THAT(refusal([&] { write_volume(image, folder / "nii", false); }),
                 HasSubstr("cannot tell the format"));
     EXPECT_THAT(refusal([&] { write_volume(image, folder / "a.png", false); }), HasSubstr("not a volume"));
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
 }
 
 TEST(WriteOutputFile, AppearsOnlyWhenCommitted) {
@@ -266,17 +267,17 @@ TEST(WriteOutputFile, AppearsOnlyWhenCommitted) {
     {
         OutputFile output(folder / "a.nii.gz", false);
         EXPECT_THAT(output.temporary().string(), testing::EndsWith(".nii.gz"));
-        EXPECT_EQ(folder.names().size(), 1U);
+        EXPECT_EQ(names_in(folder.path()).size(), 1U);
         EXPECT_FALSE(fs::exists(folder / "a.nii.gz"));
     }
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
     {
         OutputFile output(folder / "a.png", false);
         std::ofstream(output.temporary()) << "whole";
         output.commit();
     }
     EXPECT_EQ(file_bytes(folder / "a.png"), "whole");
-    EXPECT_THAT(folder.names(), ElementsAre("a.png"));
+    EXPECT_THAT(names_in(folder.path()), ElementsAre("a.png"));
 }
 
 TEST(WriteOutputFile, DoesNotReplaceAFileThatCameMeanwhile) {
@@ -291,7 +292,7 @@ TEST(WriteOutputFile, RemovesTheUnfinishedFileForASignalHandler) {
     const TemporaryFolder folder;
     OutputFile output(folder / "a.png", false);
     OutputFile::remove_unfinished();
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
 }
 
 }  // namespace rz_test
