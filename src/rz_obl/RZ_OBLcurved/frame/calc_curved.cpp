@@ -12,6 +12,7 @@
 #include "rz_obl/RZ_OBLcurved/rz_obl_curved.h"
 #include "rz_obl/RZ_OBLcurved/workers/curve_worker.h"
 #include "rz_obl/RZ_OBLplanar/kernels/fixed_point.h"
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 
 namespace {
 
@@ -33,15 +34,22 @@ std::int16_t cut16(int x) {
     return static_cast<std::int16_t>(rz_obl::low16(x));
 }
 
-/// The worker of this sample layout and type; null for a type that draws nothing.
-void (*worker_for(int pixelKind, RZ_OBL_RenditionType type))(const rz_obl::curve_worker_args&) {
+using curve_worker = void (*)(const rz_obl::curve_worker_args&);
+
+/// The worker of this sample layout and type, null for a type that draws nothing. Wide and narrow make the
+/// same bits.
+curve_worker worker_for(int pixelKind, RZ_OBL_RenditionType type) {
     const bool bytes = pixelKind == RZ_Slice::kByte;
+    const bool wide = rz_obl::g_cpuFeatures.hasAvx2();
     switch (type) {
         case RZ_OBL_RenditionType::Average:
+            if (wide) return bytes ? rz_obl::curve_avg_8_avx2 : rz_obl::curve_avg_16_avx2;
             return bytes ? rz_obl::curve_avg_8 : rz_obl::curve_avg_16;
         case RZ_OBL_RenditionType::Maximum:
+            if (wide) return bytes ? rz_obl::curve_max_8_avx2 : rz_obl::curve_max_16_avx2;
             return bytes ? rz_obl::curve_max_8 : rz_obl::curve_max_16;
         case RZ_OBL_RenditionType::Minimum:
+            if (wide) return bytes ? rz_obl::curve_min_8_avx2 : rz_obl::curve_min_16_avx2;
             return bytes ? rz_obl::curve_min_8 : rz_obl::curve_min_16;
     }
     return nullptr;

@@ -51,4 +51,13 @@ void curve_max_16(const curve_worker_args& args);
 void curve_min_8(const curve_worker_args& args);
 void curve_min_16(const curve_worker_args& args);
 
+// The same bits, eight columns at once. Need AVX2.
+
+void curve_avg_8_avx2(const curve_worker_args& args);
+void curve_avg_16_avx2(const curve_worker_args& args);
+void curve_max_8_avx2(const curve_worker_args& args);
+void curve_max_16_avx2(const curve_worker_args& args);
+void curve_min_8_avx2(const curve_worker_args& args);
+void curve_min_16_avx2(const curve_worker_args& args);
+
 }  // namespace rz_obl

@@ -3,25 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "rz_obl/RZ_OBLcurved/workers/line_args.h"
 #include "rz_obl/RZ_OBLplanar/kernels/fixed_point.h"
 
 namespace rz_obl {
-
-/// One line of pixels across the curve, all positions in index space.
-struct line_args {
-    const void* const* rasters;
-    int sourceWidth;
-    float position[3];
-    /// Samples through the thickness per pixel.
-    int samples;
-    /// From behind a pixel's last sample to the next pixel's first.
-    float advance[3];
-    /// From one sample to the next.
-    float step[3];
-    std::ptrdiff_t outputStep;
-    /// Pixels are written at outputEnd[-total], outputEnd[-total + outputStep], ... before outputEnd.
-    std::ptrdiff_t total;
-};
 
 struct Byte {
     using Sample = std::uint8_t;
