@@ -1,0 +1,201 @@
+#include "bench/floor/loads.h"
+
+#include <emmintrin.h>
+
+#include <cstring>
+
+namespace rz_bench {
+namespace {
+
+template <class T>
+T load(const char* from) {
+    T value;
+    std::memcpy(&value, from, sizeof value);
+    return value;
+}
+
+std::int32_t plus(std::int32_t a, std::int32_t b) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+}
+
+std::int32_t times(std::int32_t a, int n) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(n));
+}
+
+// sample(x, y, z): one sample at a position in Q18
+template <class Sample>
+void visit(const LoadWalk& walk, Sample&& sample) {
+    for (int row = 0; row < walk.rows; ++row) {
+        std::int32_t x = plus(walk.first[0], times(walk.rowStep[0], row));
+        std::int32_t y = plus(walk.first[1], times(walk.rowStep[1], row));
+        std::int32_t z = plus(walk.first[2], times(walk.rowStep[2], row));
+        const std::int32_t backX = plus(walk.columnStep[0], -times(walk.planeStep[0], walk.planes));
+        const std::int32_t backY = plus(walk.columnStep[1], -times(walk.planeStep[1], walk.planes));
+        const std::int32_t backZ = plus(walk.columnStep[2], -times(walk.planeStep[2], walk.planes));
+        for (int column = 0; column < walk.columns; ++column) {
+            for (int plane = 0; plane < walk.planes; ++plane) {
+                sample(x, y, z);
+                x = plus(x, walk.planeStep[0]);
+                y = plus(y, walk.planeStep[1]);
+                z = plus(z, walk.planeStep[2]);
+            }
+            x = plus(x, backX);
+            y = plus(y, backY);
+            z = plus(z, backZ);
+        }
+    }
+}
+
+// Pair: two neighbouring samples of `Bytes` bytes each
+template <class Pair>
+std::uint64_t linear_loads(const LoadWalk& walk) {
+    Pair sum[4] = {0, 0, 0, 0};
+    const auto bytes = static_cast<std::ptrdiff_t>(sizeof(Pair) / 2);
+    const std::ptrdiff_t width = walk.sourceWidth * bytes;
+    visit(walk, [&](std::int32_t x, std::int32_t y, std::int32_t z) {
+        const auto* const* const slice = walk.slices + (z >> 18);
+        const std::ptrdiff_t offset = (y >> 18) * width + (x >> 18) * bytes;
+        const char* const p = static_cast<const char*>(slice[0]) + offset;
+        const char* const q = static_cast<const char*>(slice[1]) + offset;
+        sum[0] = static_cast<Pair>(sum[0] + load<Pair>(p));
+        sum[1] = static_cast<Pair>(sum[1] + load<Pair>(p + width));
+        sum[2] = static_cast<Pair>(sum[2] + load<Pair>(q));
+        sum[3] = static_cast<Pair>(sum[3] + load<Pair>(q + width));
+    });
+    return static_cast<std::uint64_t>(sum[0]) + sum[1] + sum[2] + sum[3];
+}
+
+std::uint64_t total(__m128i sum) {
+    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_add_epi64(sum, _mm_unpackhi_epi64(sum, sum))));
+}
+
+__m128i load8(const char* from) {
+    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+}
+
+__m128i neighbourhood(const LoadWalk& walk, std::int32_t x, std::int32_t y, std::int32_t z, __m128i sum) {
+    const std::ptrdiff_t width = walk.sourceWidth * std::ptrdiff_t{2};
+    const std::ptrdiff_t offset = ((y >> 18) - 1) * width + ((x >> 18) - 1) * 2;
+    for (int k = -1; k <= 2; ++k) {
+        const char* const p = static_cast<const char*>(walk.slices[(z >> 18) + k]) + offset;
+        for (int j = 0; j < 4; ++j) sum = _mm_add_epi64(sum, load8(p + j * width));
+    }
+    return sum;
+}
+
+}  // namespace
+
+std::uint64_t linear_loads_16(const LoadWalk& walk) {
+    return linear_loads<std::uint32_t>(walk);
+}
+
+std::uint64_t linear_loads_8(const LoadWalk& walk) {
+    return linear_loads<std::uint16_t>(walk);
+}
+
+std::uint64_t linear_loads_32(const LoadWalk& walk) {
+    return linear_loads<std::uint64_t>(walk);
+}
+
+std::uint64_t linear_loads_16_blocked(const LoadWalk& walk) {
+    constexpr int kLanes = 8;
+    std::uint32_t sum[4] = {0, 0, 0, 0};
+    const std::ptrdiff_t width = walk.sourceWidth;
+    for (int row = 0; row < walk.rows; ++row) {
+        for (int column = 0; column < walk.columns; column += kLanes) {
+            std::int32_t x[kLanes];
+            std::int32_t y[kLanes];
+            std::int32_t z[kLanes];
+            for (int lane = 0; lane < kLanes; ++lane) {
+                const int c = column + lane < walk.columns ? column + lane : walk.columns - 1;
+                x[lane] =
+                    plus(plus(walk.first[0], times(walk.rowStep[0], row)), times(walk.columnStep[0], c));
+                y[lane] =
+                    plus(plus(walk.first[1], times(walk.rowStep[1], row)), times(walk.columnStep[1], c));
+                z[lane] =
+                    plus(plus(walk.first[2], times(walk.rowStep[2], row)), times(walk.columnStep[2], c));
+            }
+            for (int plane = 0; plane < walk.planes; ++plane) {
+                std::int32_t offset[kLanes];
+                std::int32_t slice[kLanes];
+                for (int lane = 0; lane < kLanes; ++lane) {
+                    offset[lane] = (y[lane] >> 18) * walk.sourceWidth + (x[lane] >> 18);
+                    slice[lane] = z[lane] >> 18;
+                    x[lane] = plus(x[lane], walk.planeStep[0]);
+                    y[lane] = plus(y[lane], walk.planeStep[1]);
+                    z[lane] = plus(z[lane], walk.planeStep[2]);
+                }
+                for (int lane = 0; lane < kLanes; ++lane) {
+                    const auto* const* const at = walk.slices + slice[lane];
+                    const char* const p = static_cast<const char*>(at[0]) + 2 * std::ptrdiff_t{offset[lane]};
+                    const char* const q = static_cast<const char*>(at[1]) + 2 * std::ptrdiff_t{offset[lane]};
+                    sum[0] += load<std::uint32_t>(p);
+                    sum[1] += load<std::uint32_t>(p + 2 * width);
+                    sum[2] += load<std::uint32_t>(q);
+                    sum[3] += load<std::uint32_t>(q + 2 * width);
+                }
+            }
+        }
+    }
+    return std::uint64_t{sum[0]} + sum[1] + sum[2] + sum[3];
+}
+
+std::uint64_t cubic_loads(const LoadWalk& walk, const short* table) {
+    __m128i sum = _mm_setzero_si128();
+    visit(walk, [&](std::int32_t x, std::int32_t y, std::int32_t z) {
+        sum = neighbourhood(walk, x, y, z, sum);
+        const int entry = ((z >> 12) & 63) << 12 | ((y >> 12) & 63) << 6 | ((x >> 12) & 63);
+        const auto* const weights = reinterpret_cast<const __m128i*>(table + std::ptrdiff_t{entry} * 64);
+        for (int i = 0; i < 8; ++i) sum = _mm_add_epi64(sum, _mm_loadu_si128(weights + i));
+    });
+    return total(sum);
+}
+
+std::uint64_t tricubic_loads(const LoadWalk& walk) {
+    __m128i sum = _mm_setzero_si128();
+    visit(walk,
+          [&](std::int32_t x, std::int32_t y, std::int32_t z) { sum = neighbourhood(walk, x, y, z, sum); });
+    return total(sum);
+}
+
+std::uint64_t semicubic_loads(const LoadWalk& walk) {
+    __m128i sum = _mm_setzero_si128();
+    const std::ptrdiff_t width = walk.sourceWidth * std::ptrdiff_t{2};
+    visit(walk, [&](std::int32_t x, std::int32_t y, std::int32_t z) {
+        const std::ptrdiff_t offset = ((y >> 18) - 1) * width + ((x >> 18) - 1) * 2;
+        for (int k = 0; k < 2; ++k) {
+            const char* const p = static_cast<const char*>(walk.slices[(z >> 18) + k]) + offset;
+            for (int j = 0; j < 4; ++j) sum = _mm_add_epi64(sum, load8(p + j * width));
+        }
+    });
+    return total(sum);
+}
+
+std::uint64_t stream(const void* bytes, std::size_t count) {
+    const auto* at = static_cast<const char*>(bytes);
+    __m128i sum[4] = {_mm_setzero_si128(), _mm_setzero_si128(), _mm_setzero_si128(), _mm_setzero_si128()};
+    for (; count >= 64; count -= 64, at += 64) {
+        for (int i = 0; i < 4; ++i)
+            sum[i] = _mm_add_epi64(sum[i], _mm_loadu_si128(reinterpret_cast<const __m128i*>(at) + i));
+    }
+    std::uint64_t rest = 0;
+    for (; count >= 8; count -= 8, at += 8) rest += load<std::uint64_t>(at);
+    for (; count > 0; --count, ++at) rest += static_cast<unsigned char>(*at);
+    return rest + total(_mm_add_epi64(_mm_add_epi64(sum[0], sum[1]), _mm_add_epi64(sum[2], sum[3])));
+}
+
+std::uint64_t stream_rows(const void* const* slices, int sliceCount, std::size_t offset, std::size_t bytes,
+                          int rows, std::size_t stride) {
+    std::uint64_t sum = 0;
+    for (int slice = 0; slice < sliceCount; ++slice) {
+        const char* at = static_cast<const char*>(slices[slice]) + offset;
+        for (int row = 0; row < rows; ++row, at += stride) sum += stream(at, bytes);
+    }
+    return sum;
+}
+
+void keep(std::uint64_t number) {
+    asm volatile("" : : "r"(number));
+}
+
+}  // namespace rz_bench
