@@ -122,13 +122,18 @@ void InputArguments::add_to(CLI::App& command) {
         .add_option(
             "INPUT", path,
             "DICOM series (a folder, or one file of it), NIfTI, NRRD, MetaImage or a folder of PNG slices")
-        ->required();
-    command.add_option("--series", series,
-                       "Which DICOM series of several: its UID, or its number in the refusal");
+        ->required()
+        ->type_name("");
+    command
+        .add_option("--series", series,
+                    "Which DICOM series of several: its UID, or its number in the refusal")
+        ->type_name("UID");
     command.add_flag("--regrid", regrid,
                      "Regrid what does not lie on an even grid (gantry tilt, unequal gaps, missing slices)");
-    command.add_option("--float-range", floatRange,
-                       "A,B: values of a float volume that become the ends of the 16-bit range");
+    command
+        .add_option("--float-range", floatRange,
+                    "Values of a float volume that become the ends of the 16-bit range")
+        ->type_name("A,B");
 }
 
 ReadOptions InputArguments::options() const {
@@ -140,7 +145,7 @@ ReadOptions InputArguments::options() const {
 }
 
 void OutputArguments::add_to(CLI::App& command, const char* what) {
-    command.add_option("-o,--output", path, what)->required();
+    command.add_option("-o,--output", path, what)->required()->type_name("OUT");
     command.add_flag("--force", force, "Replace OUT if it exists");
     command.add_flag("--quiet", quiet, "Print nothing but errors");
 }

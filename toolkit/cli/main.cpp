@@ -39,7 +39,7 @@ int run(int argc, char** argv) {
     rzobl::cli::add_info(program);
     rzobl::cli::add_mpr(program);
     rzobl::cli::add_phantom(program);
-    program.footer("Exit codes: 0 done, 1 bad input or usage, 2 a fault of rzobl.");
+    program.footer("Exit codes: 0 done, 1 bad input or usage, 2 a fault of rzobl.\n");
     try {
         program.parse(argc, argv);
         return 0;

@@ -83,22 +83,28 @@ void add_mpr(CLI::App& program) {
     MprArguments& a = *arguments;
     CLI::App& mpr = *program.add_subcommand("mpr", "Draw a plane, or a slab about it, through a volume");
     a.input.add_to(mpr);
-    a.output.add_to(mpr, "OUT: .png for a picture to look at; .mha, .nrrd, .nii, .nii.gz for the samples");
-    mpr.add_option("--preset", a.preset, "axial (default), coronal, sagittal or oblique");
-    mpr.add_option("--centre", a.centre, "X,Y,Z: middle of the picture (default: middle of the volume)");
-    mpr.add_option("--normal", a.normal, "X,Y,Z: direction of view, instead of a preset");
+    a.output.add_to(mpr, ".png for a picture to look at; .mha, .nrrd, .nii, .nii.gz for the samples");
+    mpr.add_option("--preset", a.preset, "axial (default), coronal, sagittal or oblique")->type_name("NAME");
+    mpr.add_option("--centre", a.centre, "Middle of the picture (default: middle of the volume)")
+        ->type_name("X,Y,Z");
+    mpr.add_option("--normal", a.normal, "Direction of view, instead of a preset")->type_name("X,Y,Z");
     mpr.add_option("--up", a.up,
-                   "X,Y,Z: what points up in the picture (default: the head, or the front in views "
-                   "mostly along the body)");
-    mpr.add_option("--size", a.size, "WxH in pixels (default: what shows the whole volume)");
-    mpr.add_option("--spacing", a.spacing,
-                   "Side of a pixel in mm (default: the finest spacing of the volume)");
-    mpr.add_option("--thickness", a.thickness, "Whole thickness of a slab in mm (default 0: a plane)");
-    mpr.add_option("--type", a.type, "mean (default), max or min over the slab");
-    mpr.add_option("--quality", a.quality, "nearest, fast, semicubic, cubic or linear (default)");
-    mpr.add_option("--window", a.window, "CENTRE,WIDTH of the greys of a PNG, or auto (default)");
+                   "What points up in the picture (default: the head, or the front in views "
+                   "mostly along the body)")
+        ->type_name("X,Y,Z");
+    mpr.add_option("--size", a.size, "Pixels (default: what shows the whole volume)")->type_name("WxH");
+    mpr.add_option("--spacing", a.spacing, "Side of a pixel (default: the finest spacing of the volume)")
+        ->type_name("MM");
+    mpr.add_option("--thickness", a.thickness, "Whole thickness of a slab (default 0: a plane)")
+        ->type_name("MM");
+    mpr.add_option("--type", a.type, "mean (default), max or min over the slab")->type_name("NAME");
+    mpr.add_option("--quality", a.quality, "nearest, fast, semicubic, cubic or linear (default)")
+        ->type_name("NAME");
+    mpr.add_option("--window", a.window, "Centre and width of the greys of a PNG, or auto (default)")
+        ->type_name("C,W");
     mpr.add_option("--background", a.background,
-                   "Value of pixels outside the volume (default: its padding value, or its least value)");
+                   "Value of pixels outside the volume (default: its padding value, or its least value)")
+        ->type_name("V");
     mpr.footer(
         "How pictures lie: as radiologists expect. The patient's right is on the left of axial and coronal\n"
         "pictures; the front is up in axial ones, on the left of sagittal ones; the head is up in coronal "
@@ -116,7 +122,8 @@ void add_mpr(CLI::App& program) {
         "\n"
         "A slab is drawn where both of its faces lie inside the volume, in steps of one sample along the\n"
         "volume axis nearest the normal. The outermost samples of a volume have no neighbour to interpolate\n"
-        "with, so that a picture along its axes has a border of one pixel of background.");
+        "with, so that a picture along its axes has a border of one pixel of background, and of up to three "
+        "with semicubic.\n");
     mpr.callback([arguments] { run(*arguments); });
 }
 
