@@ -1,9 +1,5 @@
-#include <immintrin.h>
-
-#include <cstdint>
-#include <cstring>
-
 #include "rz_obl/RZ_OBLcurved/workers/line_args.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/cells_avx2.h"
 
 // Eight lines of a curved image side by side, one in each lane. Positions are sums of single-precision steps,
 // so that each lane does its own line's additions, products and comparisons in the line's own order; none is
@@ -30,12 +26,11 @@ struct wide_line {
 struct ByteLanes {
     using Sample = std::uint8_t;
     /// Left and right sample of eight places.
-    static void load(const void* const base[8], const std::ptrdiff_t offset[8], std::ptrdiff_t add,
-                     __m256& left, __m256& right) {
+    static void load(const Sample* const at[8], std::ptrdiff_t add, __m256& left, __m256& right) {
         alignas(32) std::int32_t pair[8];
         for (int lane = 0; lane < 8; ++lane) {
             std::uint16_t both = 0;
-            std::memcpy(&both, static_cast<const Sample*>(base[lane]) + (offset[lane] + add), sizeof both);
+            std::memcpy(&both, at[lane] + add, sizeof both);
             pair[lane] = both;
         }
         const __m256i pairs = _mm256_load_si256(reinterpret_cast<const __m256i*>(pair));
@@ -48,22 +43,8 @@ struct ByteLanes {
 
 struct WordLanes {
     using Sample = std::int16_t;
-    static int pair_at(const void* base, std::ptrdiff_t offset) {
-        int both = 0;
-        std::memcpy(&both, static_cast<const Sample*>(base) + offset, sizeof both);
-        return both;
-    }
-    static void load(const void* const base[8], const std::ptrdiff_t offset[8], std::ptrdiff_t add,
-                     __m256& left, __m256& right) {
-        __m128i low = _mm_cvtsi32_si128(pair_at(base[0], offset[0] + add));
-        __m128i high = _mm_cvtsi32_si128(pair_at(base[4], offset[4] + add));
-        low = _mm_insert_epi32(low, pair_at(base[1], offset[1] + add), 1);
-        high = _mm_insert_epi32(high, pair_at(base[5], offset[5] + add), 1);
-        low = _mm_insert_epi32(low, pair_at(base[2], offset[2] + add), 2);
-        high = _mm_insert_epi32(high, pair_at(base[6], offset[6] + add), 2);
-        low = _mm_insert_epi32(low, pair_at(base[3], offset[3] + add), 3);
-        high = _mm_insert_epi32(high, pair_at(base[7], offset[7] + add), 3);
-        const __m256i pairs = _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+    static void load(const Sample* const at[8], std::ptrdiff_t add, __m256& left, __m256& right) {
+        const __m256i pairs = eight_pairs(at, add);
         left = _mm256_cvtepi32_ps(_mm256_srai_epi32(_mm256_slli_epi32(pairs, 16), 16));
         right = _mm256_cvtepi32_ps(_mm256_srai_epi32(pairs, 16));
     }
@@ -80,13 +61,13 @@ inline __m256 plus(__m256 a, __m256 b) {
 }
 
 template <class Lanes>
-inline __m256 plane_sample(const void* const base[8], const std::ptrdiff_t offset[8], int width, __m256 fx,
-                           __m256 gx, __m256 fy, __m256 gy) {
+inline __m256 plane_sample(const typename Lanes::Sample* const at[8], int width, __m256 fx, __m256 gx,
+                           __m256 fy, __m256 gy) {
     __m256 left;
     __m256 right;
-    Lanes::load(base, offset, width, left, right);
+    Lanes::load(at, width, left, right);
     const __m256 below = plus(times(left, gx), times(right, fx));
-    Lanes::load(base, offset, 0, left, right);
+    Lanes::load(at, 0, left, right);
     const __m256 above = plus(times(right, fx), times(left, gx));
     return plus(times(below, fy), times(above, gy));
 }
@@ -110,16 +91,16 @@ inline __m256 samples_at(const wide_line& line, const wide_position& p) {
     _mm256_store_si256(reinterpret_cast<__m256i*>(index),
                        _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(line.width)), ix));
     _mm256_store_si256(reinterpret_cast<__m256i*>(slice), iz);
-    const void* lower[8];
-    const void* upper[8];
-    std::ptrdiff_t offset[8];
+    using Sample = typename Lanes::Sample;
+    const Sample* lower[8];
+    const Sample* upper[8];
     for (int lane = 0; lane < 8; ++lane) {
-        lower[lane] = line.rasters[slice[lane]];
-        upper[lane] = line.rasters[static_cast<std::ptrdiff_t>(slice[lane]) + 1];
-        offset[lane] = index[lane];
+        const void* const* const slices = line.rasters + slice[lane];
+        lower[lane] = static_cast<const Sample*>(slices[0]) + index[lane];
+        upper[lane] = static_cast<const Sample*>(slices[1]) + index[lane];
     }
-    const __m256 a = plane_sample<Lanes>(lower, offset, line.width, fx, gx, fy, gy);
-    const __m256 b = plane_sample<Lanes>(upper, offset, line.width, fx, gx, fy, gy);
+    const __m256 a = plane_sample<Lanes>(lower, line.width, fx, gx, fy, gy);
+    const __m256 b = plane_sample<Lanes>(upper, line.width, fx, gx, fy, gy);
     return plus(times(a, gz), times(b, fz));
 }
 

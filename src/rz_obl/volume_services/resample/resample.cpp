@@ -4,6 +4,8 @@
 
 #include "lower/definitions/matrix.h"
 #include "rz_obl/RZ_OBLplanar/kernels/fixed_point.h"
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
+#include "rz_obl/volume_services/resample/resample_rows.h"
 #include "rz_obl/volume_services/volume_services.h"
 
 namespace {
@@ -37,10 +39,7 @@ class Source {
         table_[static_cast<std::size_t>(nz_) + 1] = rasters[nz_ - 1];
     }
 
-    float sample(const float point[4], float outside) const {
-        const float x = point[0];
-        const float y = point[1];
-        const float z = point[2];
+    float sample(float x, float y, float z, float outside) const {
         const auto width = static_cast<float>(nx_);
         const auto height = static_cast<float>(ny_);
         const auto depth = static_cast<float>(nz_);
@@ -61,6 +60,8 @@ class Source {
         return outside;
     }
 
+    const void* const* slices() const { return reinterpret_cast<const void* const*>(table_.get() + 1); }
+
   private:
     static int limited(int whole, int count) { return std::min(count - 2, std::max(whole, 0)); }
 
@@ -78,6 +79,29 @@ class Source {
     std::unique_ptr<Sample*[]> table_;
 };
 
+/// What a wide row needs for voxels that are not interior.
+template <class Sample>
+struct SampleAnywhere {
+    const Source<Sample>& source;
+    float outside;
+
+    static float at(const void* self, float x, float y, float z) {
+        const auto& own = *static_cast<const SampleAnywhere*>(self);
+        return own.source.sample(x, y, z, own.outside);
+    }
+};
+
+using RowFunction = void (*)(const rz_obl::resample_row_args&);
+
+/// Wide and narrow make the same bits.
+RowFunction row_function(short) {
+    return rz_obl::g_cpuFeatures.hasAvx2() ? rz_obl::resample_row_16_avx2 : rz_obl::resample_row_16;
+}
+
+RowFunction row_function(float) {
+    return rz_obl::g_cpuFeatures.hasAvx2() ? rz_obl::resample_row_float_avx2 : rz_obl::resample_row_float;
+}
+
 template <class Sample>
 int resample(RZ_TVolume<Sample>& source, RZ_TVolume<float>& destination, float outside) {
     RZ_Box sourceBox;
@@ -88,21 +112,43 @@ int resample(RZ_TVolume<Sample>& source, RZ_TVolume<float>& destination, float o
     destinationBox.GetBoxToBoxTrans(&sourceBox, toSource);
 
     const Source<Sample> samples(sourceBox, source.GetRasters());
+    if (destinationBox.xDim < 1) return 1;
+    const SampleAnywhere<Sample> anywhere{samples, outside};
+    const RowFunction drawRow = row_function(Sample{});
     float* const* output = destination.GetRasters();
-    for (int z = 0; z < destinationBox.zDim; ++z) {
-        for (int y = 0; y < destinationBox.yDim; ++y) {
-            for (int x = 0; x < destinationBox.xDim; ++x) {
-                float point[4] = {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z), 1.0F};
-                RZ_vectrans(point, toSource);
-                output[z][static_cast<std::ptrdiff_t>(y) * destinationBox.xDim + x] =
-                    samples.sample(point, outside);
-            }
+    rz_obl::resample_row_args row{};
+    row.slices = samples.slices();
+    row.width = sourceBox.xDim;
+    row.height = sourceBox.yDim;
+    row.depth = sourceBox.zDim;
+    row.toSource = toSource;
+    row.columns = destinationBox.xDim;
+    row.sample = SampleAnywhere<Sample>::at;
+    row.source = &anywhere;
+    for (row.z = 0; row.z < destinationBox.zDim; ++row.z) {
+        for (row.y = 0; row.y < destinationBox.yDim; ++row.y) {
+            row.output = output[row.z] + static_cast<std::ptrdiff_t>(row.y) * destinationBox.xDim;
+            drawRow(row);
         }
     }
     return 1;
 }
 
 }  // namespace
+
+// One voxel at a time, whatever the sample: a single one knows its source.
+void rz_obl::resample_row_16(const resample_row_args& args) {
+    for (int x = 0; x < args.columns; ++x) {
+        float point[4] = {static_cast<float>(x), static_cast<float>(args.y), static_cast<float>(args.z),
+                          1.0F};
+        RZ_vectrans(point, args.toSource);
+        args.output[x] = args.sample(args.source, point[0], point[1], point[2]);
+    }
+}
+
+void rz_obl::resample_row_float(const resample_row_args& args) {
+    resample_row_16(args);
+}
 
 int RZ_OBLUtils::Resample(RZ_TVolume<short>& source, RZ_TVolume<float>& destination, float outside_value,
                           int) {
