@@ -20,7 +20,8 @@ void unmapSlices(const RZ_VolData& volume) {
 }
 
 /// The slice of volume in the flat box cut, a physical box along plane, on a block of its own. cut may come
-/// back with its last bits changed: it goes to the plane's frame and back. Null if there is no memory.
+/// back with its last bits changed: it goes to the plane's frame and back. Null, with volume unmapped, if
+/// there is no memory.
 RZ_ShortSlice* computeSlice(const RZ_VolData& volume, const RZ_PlaneParams& plane, RZ_Box& cut,
                             float halfThickness, RZ_OBL_RenditionType type) {
     float toPlane[4][4];
@@ -31,6 +32,7 @@ RZ_ShortSlice* computeSlice(const RZ_VolData& volume, const RZ_PlaneParams& plan
     MEM_MemPager* pager = MEM_MemPager::GetHandleForMP();
     auto* block = new MEM_PagerInfo;
     if (pager->Allocate(bytes, block, 16) == -1) {
+        unmapSlices(volume);
         delete pager;
         return nullptr;  // required: the info is abandoned
     }
@@ -97,10 +99,7 @@ RZ_VolData* RZ_OBLUtils::CalcObliqueVoldata(const RZ_VolData& volume, RZ_PlanePa
     RZ_TypesUtils::CalcSwiveledBoundingBox(volume, plane, bounding);
     RZ_TypesUtils::CalcPlanarCutBox(bounding, plane, cut);
     RZ_ShortSlice* slice = computeSlice(volume, plane, cut, thickness * 0.5F, type);
-    if (!slice) {
-        unmapSlices(volume);
-        return nullptr;
-    }
+    if (!slice) return nullptr;
 
     auto* result = new RZ_VolData(&cut, 0);
     result->SetSlice(slice, 0);
@@ -140,10 +139,7 @@ RZ_VolData* RZ_OBLUtils::CalcObliqueVoldata(const RZ_VolData& volume, unsigned i
         RZ_Box cut;
         RZ_TypesUtils::CalcCutBox(stack, i, 1, cut);
         RZ_ShortSlice* slice = computeSlice(volume, plane, cut, 0.0F, RZ_OBL_RenditionType::Average);
-        if (!slice) {
-            unmapSlices(volume);
-            return nullptr;  // required: result and its slices are abandoned
-        }
+        if (!slice) return nullptr;  // required: result and its slices are abandoned
         result->SetSlice(slice, i);
     }
     unmapSlices(volume);
