@@ -122,20 +122,26 @@ int subtract_planes(const std::vector<void*>& slices, int rows, int columns, int
     return 1;
 }
 
+void log_samples(int line, int bitDepth, bool isSigned) {
+    if (!rz_obl::wants_trace(kFunction, line)) return;
+    JrnGLog.Log("RZ_GetMultiSliceSubtractionPlane bitdepth is %d and is_signed is %d\n", bitDepth,
+                isSigned ? 1 : 0);
+}
+
+void log_shift(int line, const float shift[2]) {
+    if (!rz_obl::wants_trace(kFunction, line)) return;
+    JrnGLog.Log("RZ_GetMultiSliceSubtractionPlane pixel_shift is %f %f\n", static_cast<double>(shift[0]),
+                static_cast<double>(shift[1]));
+}
+
 }  // namespace
 
 int RZ_GetMultiSliceSubtractionPlane(const std::vector<void*>& slices, int rows, int columns, int bitdepth,
                                      bool is_signed, void* output, RZ_SubOpParams& parameters, void*,
                                      RZ_SubOpParams&) {
-    if (rz_obl::wants_trace(kFunction, __LINE__)) {
-        JrnGLog.Log("RZ_GetMultiSliceSubtractionPlane bitdepth is %d and is_signed is %d\n", bitdepth,
-                    is_signed ? 1 : 0);
-    }
-    if (rz_obl::wants_trace(kFunction, __LINE__)) {
-        JrnGLog.Log("RZ_GetMultiSliceSubtractionPlane pixel_shift is %f %f\n",
-                    static_cast<double>(parameters.pixel_shift[0]),
-                    static_cast<double>(parameters.pixel_shift[1]));
-    }
+    // Two lines of the log, on two successive lines of the source.
+    log_samples(__LINE__, bitdepth, is_signed);
+    log_shift(__LINE__, parameters.pixel_shift);
 
     if (slices.empty() || slices[0] == nullptr || rz_obl::wrap_mul(rows, columns) < 1) return -1;
     if (parameters.minuend_last >= slices.size() || parameters.subtrahend_last >= slices.size()) return -1;
