@@ -75,6 +75,19 @@ TEST(ReadBadInput, DicomCutAnywhere) {
     }
 }
 
+TEST(ReadBadInput, SequencesNestedWithoutEnd) {
+    const TemporaryFolder folder;
+    write_dicom_report(folder / "deep.dcm");
+    Bytes bytes = read_bytes(folder / "deep.dcm");
+    // A sequence of undefined length and in it an item of undefined length, again and again.
+    const Bytes level{0x40, 0,    0x40, 0xa7, 'S', 'Q',  0,    0,    0xff, 0xff,
+                      0xff, 0xff, 0xfe, 0xff, 0,   0xe0, 0xff, 0xff, 0xff, 0xff};
+    for (int depth = 0; depth < 100000; ++depth) bytes.insert(bytes.end(), level.begin(), level.end());
+    write_bytes(folder / "deep.dcm", bytes);
+    expect_refused(folder / "deep.dcm", {}, {"deep.dcm", "damaged"});
+    expect_refused(folder.path(), {}, {"deep.dcm", "damaged"});
+}
+
 TEST(ReadBadInput, CompressedDicomCutAnywhere) {
     for (const Syntax syntax : {Syntax::Rle, Syntax::JpegLossless, Syntax::JpegLs}) {
         const TemporaryFolder folder;

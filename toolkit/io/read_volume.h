@@ -22,7 +22,7 @@ struct ReadOptions {
 
 struct ReadResult {
     Volume volume;
-    /// "DICOM", "NIfTI", "NRRD" or "MetaImage".
+    /// "DICOM", "NIfTI", "NRRD", "MetaImage" or "PNG".
     std::string format;
     /// One sentence each, for standard error.
     std::vector<std::string> warnings;
@@ -31,8 +31,9 @@ struct ReadResult {
     std::vector<std::pair<std::string, std::string>> details;
 };
 
-/// Reads a DICOM series (a folder, or one file of it), NIfTI, NRRD or MetaImage. Throws Error with one
-/// sentence.
+/// Reads a DICOM series (a folder, or one file of it), NIfTI, NRRD, MetaImage, or a folder of PNG pictures of
+/// one size. What a file promises is checked against what it holds before memory is taken. Throws Error with
+/// one sentence. Threads: free.
 ReadResult read_volume(const std::filesystem::path& input, const ReadOptions& options = {});
 
 }  // namespace rzobl

@@ -2,6 +2,9 @@
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/dcmdata/dcfcache.h>
+#include <dcmtk/dcmdata/dcpixel.h>
+#include <dcmtk/dcmdata/dcpixseq.h>
+#include <dcmtk/dcmdata/dcpxitem.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -11,6 +14,7 @@
 #include "toolkit/core/text.h"
 #include "toolkit/io/dicom/common_rescale.h"
 #include "toolkit/io/dicom/library.h"
+#include "toolkit/io/dicom/rle_check.h"
 #include "toolkit/io/read_text.h"
 
 namespace rzobl::dicom {
@@ -57,8 +61,9 @@ class FrameReader {
         if (data.findAndGetElement(DCM_PixelData, element).bad() || !element)
             refuse("%s is damaged or cut short (it has no pixels)", file_.c_str());
         Uint32 held = 0;
-        if (element->getUncompressedFrameSize(&data, held).bad() || held < bytes)
+        if (element->getUncompressedFrameSize(&data, held).bad() || held != bytes)
             refuse("%s: its pictures hold %u bytes where %zu belong", file_.c_str(), held, bytes);
+        if (data.getOriginalXfer() == EXS_RLELossless) check_rle(*element, frame, bytes);
         buffer_.assign(held + (held & 1), 0);
         OFString colours;
         Uint32 fragment = 0;
@@ -84,6 +89,24 @@ class FrameReader {
     }
 
   private:
+    /// One fragment for each frame, whole.
+    void check_rle(DcmElement& element, const Frame& frame, std::size_t bytes) {
+        DcmPixelSequence* fragments = nullptr;
+        DcmPixelItem* item = nullptr;
+        Uint8* code = nullptr;
+        auto* const pixels = dynamic_cast<DcmPixelData*>(&element);
+        const auto segments =
+            static_cast<std::size_t>(frame.layout.channels * frame.layout.bitsAllocated / 8);
+        // The first item is the table of offsets.
+        const auto number = static_cast<unsigned long>(frame.index) + 1;
+        const bool whole =
+            pixels && pixels->getEncapsulatedRepresentation(EXS_RLELossless, nullptr, fragments).good() &&
+            fragments && fragments->getItem(item, number).good() && item &&
+            item->getUint8Array(code).good() && code &&
+            is_whole_rle_frame(code, item->getLength(), segments, bytes / segments);
+        if (!whole) refuse("%s is damaged: its run-length coded pixels are not whole", file_.c_str());
+    }
+
     void open(const fs::path& file) {
         format_ = std::make_unique<DcmFileFormat>();
         cache_.clear();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "toolkit/io/dicom/deep_stack.h"
 #include "toolkit/io/dicom/pixels.h"
 #include "toolkit/io/dicom/series.h"
 #include "toolkit/io/read_bytes.h"
@@ -78,25 +79,8 @@ void tell_unplaced(const std::vector<dicom::Header>& headers, bool alone, const 
                                     counted(unplaced, "picture").c_str(), printable(example).c_str()));
 }
 
-}  // namespace
-
-std::vector<fs::path> dicom_candidates(const fs::path& folder) {
-    std::vector<fs::path> files;
-    fs::recursive_directory_iterator entries(folder);
-    for (; entries != fs::recursive_directory_iterator(); ++entries) {
-        if (entries.depth() >= kDepthLimit) entries.disable_recursion_pending();
-        std::error_code ignored;
-        if (!entries->is_regular_file(ignored) || !is_candidate(entries->path())) continue;
-        files.push_back(entries->path());
-        if (files.size() > kFileLimit)
-            refuse("%s holds more than %zu DICOM files", folder.c_str(), kFileLimit);
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-ReadResult read_dicom_folder(const fs::path& folder, const std::vector<fs::path>& files,
-                             const ReadOptions& options) {
+ReadResult read_folder(const fs::path& folder, const std::vector<fs::path>& files,
+                       const ReadOptions& options) {
     const std::string input = folder.string();
     std::vector<dicom::Header> headers;
     for (const fs::path& file : files) {
@@ -109,7 +93,7 @@ ReadResult read_dicom_folder(const fs::path& folder, const std::vector<fs::path>
     return read_series(dicom::choose(all, options.series, input), input, options, std::move(warnings));
 }
 
-ReadResult read_dicom_file(const fs::path& file, const ReadOptions& options) {
+ReadResult read_file(const fs::path& file, const ReadOptions& options) {
     const std::string input = file.string();
     readable_size(file);
     const dicom::Header own = dicom::read_header(file);
@@ -140,6 +124,36 @@ ReadResult read_dicom_file(const fs::path& file, const ReadOptions& options) {
         }
     }
     return read_series(dicom::group(headers).front(), input, options, std::move(warnings));
+}
+
+}  // namespace
+
+std::vector<fs::path> dicom_candidates(const fs::path& folder) {
+    std::vector<fs::path> files;
+    fs::recursive_directory_iterator entries(folder);
+    for (; entries != fs::recursive_directory_iterator(); ++entries) {
+        if (entries.depth() >= kDepthLimit) entries.disable_recursion_pending();
+        std::error_code ignored;
+        if (!entries->is_regular_file(ignored) || !is_candidate(entries->path())) continue;
+        files.push_back(entries->path());
+        if (files.size() > kFileLimit)
+            refuse("%s holds more than %zu DICOM files", folder.c_str(), kFileLimit);
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+ReadResult read_dicom_folder(const fs::path& folder, const std::vector<fs::path>& files,
+                             const ReadOptions& options) {
+    ReadResult result;
+    dicom::run_on_deep_stack([&] { result = read_folder(folder, files, options); });
+    return result;
+}
+
+ReadResult read_dicom_file(const fs::path& file, const ReadOptions& options) {
+    ReadResult result;
+    dicom::run_on_deep_stack([&] { result = read_file(file, options); });
+    return result;
 }
 
 }  // namespace rzobl
