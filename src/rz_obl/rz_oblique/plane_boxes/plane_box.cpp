@@ -1,7 +1,7 @@
 #include <algorithm>
+#include <cmath>
 
 #include "rz_obl/RZ_OBLcurved/directions.h"
-#include "rz_obl/RZ_OBLcurved/frame/box_entry_exit.h"
 #include "rz_obl/RZ_OBLcurved/rz_obl_curved.h"
 #include "rz_obl/rz_oblique/rz_oblique.h"
 
@@ -15,6 +15,38 @@ bool outside(const RZ_3Coord& q) {
         return static_cast<double>(x) < -1e-6 || static_cast<double>(x) > 1.000001;
     };
     return beyond(q.x) || beyond(q.y) || beyond(q.z);
+}
+
+struct Stretch {
+    float low;
+    float high;
+};
+
+/// Where the sweep line through q runs inside the unit cube, in millimetres from q. Not box_entry_exit of the
+/// curved frame: what is not a number comes through here, in low first, and so leaves no surface.
+Stretch stretch_in_cube(const RZ_3Coord& sweep, const RZ_3Coord& point) {
+    const float ds[3] = {sweep.x, sweep.y, sweep.z};
+    const float q[3] = {point.x, point.y, point.z};
+    float low = -1e10F;
+    float high = 1e10F;
+    for (int k = 0; k < 3; ++k) {
+        const float d = ds[k];
+        if (static_cast<double>(std::fabs(d)) > 1e-10) {
+            const float toStart = -q[k] / d;
+            const float toEnd = (1.0F - q[k]) / d;
+            low = std::max(d < 0.0F ? toEnd : toStart, low);
+            high = std::min(high, d < 0.0F ? toStart : toEnd);
+        } else if (!(q[k] > 0.0F && q[k] < 1.0F)) {
+            high = -1.0F;
+            low = 0.1F;
+            break;
+        }
+    }
+    low = low + 0.01F;
+    high = high + -0.01F;
+    if (low > 0.0F) low = static_cast<float>(static_cast<double>(low) + 1.0);
+    if (high < 0.0F) high = static_cast<float>(static_cast<double>(high) - 1.0);
+    return {low, high};
 }
 
 }  // namespace
@@ -42,10 +74,10 @@ int RZ_GetPlaneBox(const RZ_BoxParams& box, RZ_Spline& spline, RZ_BoxParams& res
     for (int i = 0; i < kPoints; ++i) {
         const RZ_3Coord q = rz_obl::transform_point(points[i], toNormalised);
         if (inside_only != 0 && outside(q)) continue;
-        const rz_obl::RayRange range = rz_obl::box_entry_exit(sweep, q);
-        if (range.hi < range.lo) continue;
-        lowest = std::min(range.lo, lowest);
-        highest = std::max(range.hi, highest);
+        const Stretch stretch = stretch_in_cube(sweep, q);
+        if (stretch.high < stretch.low) continue;
+        lowest = std::min(stretch.low, lowest);
+        highest = std::max(stretch.high, highest);
         last = std::max(i, last);
         first = std::min(i, first);
     }
