@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <utility>
 
 #include "tests/curved/simple_curve.h"
 
@@ -209,6 +210,52 @@ TEST(Worker, NegativeThicknessIsAMeanOfNothing) {
     r.thickness = -0.5F;
     const Image16 image(r);
     for (int row = 0; row < 14; ++row) EXPECT_EQ(image.raster.at(6, row), 0);
+}
+
+// The mean counts its samples in 16 bits, downwards: 32767 are all of them, 32769 are none.
+TEST(Worker, MeanCountsInSixteenBits) {
+    for (const float thickness : {16383.5F, 16384.5F}) {
+        CurvedRequest r = simple_request(1);
+        const RZ_Box box(33000, 4, 4, RZ_BoxParams(33000.0F, 4.0F, 4.0F));
+        r.volume = blank_curved_volume(box, 1);
+        fill_volume(r.volume, [](int, int, int) { return 100; });
+        r.frame = box.params;
+        r.crop = box.params;
+        r.lastSlice = 3;
+        // Curve along y, sweep along z: the normal runs along x.
+        r.spline = straight_spline({16500.5F, 0.5F, 2.5F}, {16500.5F, 3.5F, 2.5F}, {0.0F, 0.0F, -1.0F});
+        r.imageBox = image_box(4, 6, -1.5, -2.25, 3.0, 4.5);
+        r.thickness = thickness;
+        const Image8 image(r);
+        EXPECT_EQ(image.raster.at(1, 2), thickness < 16384.0F ? 100 : 0);
+    }
+}
+
+// Pixels of 600 samples: a column of its own steps the whole way, the frame's step is limited to 512.
+TEST(Worker, StepsBeyondFiveHundredSamples) {
+    CurvedRequest r = transposed_request(1);
+    const RZ_Box box(2000, 1300, 2, RZ_BoxParams(2000.0F, 1300.0F, 2.0F));
+    r.volume = blank_curved_volume(box, 1);
+    fill_volume(r.volume, [](int x, int, int) { return x / 8; });
+    r.frame = box.params;
+    r.crop = box.params;
+    r.lastSlice = 1;
+    r.spline = straight_spline({1000.5F, 40.5F, 0.75F}, {1000.5F, 1240.5F, 0.75F}, {1.0F, 0.0F, 0.0F});
+    r.imageBox = image_box(4, 2, -1200.0, -600.0, 2400.0, 1200.0);
+    RZ_CurveProjectData data;
+    ASSERT_EQ(prepare(r, data), 1);
+    Branches unused;
+    const auto row = [&] {
+        ImageRaster<std::uint8_t> raster(r);
+        EXPECT_EQ(draw(r, data, raster.data(), 0.0F, 1.0F, draw_by_entry, unused).result, 1);
+        // -1.67 to 1.67: -1 to 1, the end exclusive; the box starts at -2 pixels, cut to -1: k = 0.
+        return std::pair<int, int>(raster.at(0, 0), raster.at(1, 0));
+    };
+    // 400 / 8 and 1000 / 8; 912 / 8
+    EXPECT_EQ(row(), std::make_pair(50, 125));
+    delete[] data.directions;
+    data.directions = nullptr;
+    EXPECT_EQ(row(), std::make_pair(50, 114));
 }
 
 // A caller's table without directions: the frame's own step and thickness serve all columns.

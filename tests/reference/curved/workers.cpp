@@ -99,7 +99,8 @@ void line_mean(Line<Sample>& line) {
     for (int o = -line.total; o < 0; o += line.outputStep) {
         float sum_ = 0.0F;
         int count = 0;
-        for (int r = line.samples; r > 0; --r) {
+        // 16 bits wide and counted down: more than 32767 samples read as none.
+        for (short r = low_short(line.samples); r > 0; --r) {
             sum_ = sum_ + sample_at(line, position);
             position = sum(position, line.step);
             ++count;
