@@ -112,6 +112,15 @@ TEST(SplineTrans, OffsetsAreLimitedBySixteenBits) {
     EXPECT_EQ(prepare_trans(r).across, 33);
 }
 
+// A column counts for at most M pixels from where it enters: its far end shows in 16 bits only.
+TEST(SplineTrans, ColumnsCountForTheImagesHeight) {
+    CurvedRequest r = simple_request();
+    r.spline = straight_spline({2.0F, 0.5F, 8.5F}, {14.0F, 0.5F, 8.5F}, {0.0F, 1.0F, 0.0F});
+    // 0.0004 mm a pixel: -1250 to 38750. lowest = -1249, highest = 0: b is negative.
+    r.imageBox = image_box(12, 16, -6.0, -0.0032, 12.0, 0.0064);
+    EXPECT_EQ(prepare_trans(r).across, 1249);
+}
+
 TEST(SplineTrans, RefusalsLeaveTheOffsets) {
     CurvedRequest r = simple_request();
     const auto expect_refused = [&](const char* text, int sign) {

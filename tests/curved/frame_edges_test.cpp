@@ -134,6 +134,19 @@ TEST(FramePlacement, TransposedSwapsWhatRowsAndColumnsHold) {
     }
 }
 
+TEST(FramePlacement, TransposedCurveBeginsBelowTheFirstRow) {
+    CurvedRequest r = transposed_request();
+    // 3 pixels before the curve, cut to 2.
+    r.imageBox = image_box(16, 12, -8.0, -9.0, 16.0, 12.0);
+    const Image image(r);
+    EXPECT_EQ(image.out.firstRow, 2);
+    EXPECT_EQ(image.out.lastRow, 11);
+    EXPECT_EQ(image.out.columnBounds[0], 0);
+    EXPECT_EQ(image.out.columnBounds[1], 14);
+    EXPECT_TRUE(image.kept(7, 1));
+    EXPECT_EQ(image.raster.at(7, 2), telling(8, 2, 8));
+}
+
 TEST(FramePlacement, ViewAndOffsetMoveTheColumns) {
     CurvedRequest r = simple_request();
     // Starts 3 pixels before the curve: index 0 at column 3.

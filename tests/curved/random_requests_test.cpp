@@ -4,6 +4,7 @@
 
 #include "tests/curved/log_lines.h"
 #include "tests/curved/run_curved.h"
+#include "tests/curved/simple_curve.h"
 
 // Seeded requests against the plain forms: the preparation with everything that it changes, then rasters and
 // every output of the image, bit for bit.
@@ -247,6 +248,31 @@ void run_requests(int pixelKind, int count) {
         EXPECT_GT(branches.count("pixels"), count / 3);
         EXPECT_GT(branches.count("column drawn"), 4L * count);
     }
+}
+
+// A row of equal samples keeps the depth of the winner before it; the next row is noise, steep enough to show
+// how the seed at that depth was rounded.
+TEST(RandomCurvedRequests, WinnersAcrossTies) {
+    Branches branches;
+    for (const Seed seed : seeds(600)) {
+        SCOPED_TRACE(replay(seed));
+        Random random(seed);
+        CurvedRequest r = simple_request();
+        fill_volume(r.volume,
+                    [&](int, int y, int) { return y % 2 == 0 ? 0 : random.between(-32768, 32767); });
+        const float low = random.real(4.5F, 7.0F);
+        const float high = random.real(9.0F, 11.5F);
+        r.spline = straight_spline({2.0F, 8.5F, low}, {14.0F, 8.5F, high}, {0.0F, 1.0F, 0.0F});
+        r.thickness = random.real(2.5F, 4.0F);
+        r.type = random.between(1, 2);
+        RZ_CurveProjectData data;
+        ASSERT_EQ(prepare(r, data), 1);
+        expect_same_image<short>(r, data, branches);
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_EQ(
+        branches.never_met({"maximum of 16 bits", "minimum of 16 bits", "seed at the last extreme's depth"}),
+        "");
 }
 
 TEST(RandomCurvedRequests, SixteenBits) {

@@ -137,6 +137,28 @@ float random_thickness(Random& random, float spacing, int type, Branches& branch
     }
 }
 
+/// Blocks of 5 x 5 x 3 samples of one value each: within a block all samples of a slab tie, and at its faces
+/// values jump.
+void fill_blocks(CurvedVolume& volume, int z, Seed seed) {
+    const auto value = [&](int x, int y, int least, int greatest) {
+        const int block = ((z / 3) * 64 + y / 5) * 64 + x / 5;
+        Random random(seed * 1000003 + static_cast<Seed>(block));
+        const int any = random.between(least, greatest);
+        return random.pick({least, greatest, 0, any, any});
+    };
+    for (int y = 0; y < volume.box.yDim; ++y) {
+        for (int x = 0; x < volume.box.xDim; ++x) {
+            const int at = y * volume.box.xDim + x;
+            const auto slice = static_cast<std::size_t>(z);
+            if (volume.pixelKind == 0) {
+                volume.shorts[slice].data()[at] = static_cast<short>(value(x, y, -32768, 32767));
+            } else {
+                volume.bytes[slice].data()[at] = static_cast<unsigned char>(value(x, y, 0, 255));
+            }
+        }
+    }
+}
+
 void make_crop(Random& random, CurvedRequest& request, Branches& branches) {
     const RZ_Box& box = request.volume.box;
     request.firstSlice = 0;
@@ -339,10 +361,19 @@ CurvedRequest make_curved_request(Seed seed, int pixelKind, Branches& branches) 
     CurvedRequest request;
     request.seed = seed;
     request.volume = blank_curved_volume(make_volume_box(random, branches), pixelKind);
-    for (auto& raster : request.volume.shorts) {
-        fill_nasty(random, raster.data(), raster.size(), true, random.pick({12, 16}));
+    const bool blocks = random.once_in(3);
+    branches.met(blocks ? "volume of blocks" : "volume of runs");
+    for (std::size_t z = 0; z < request.volume.slices.size(); ++z) {
+        if (blocks) {
+            fill_blocks(request.volume, static_cast<int>(z), seed);
+        } else if (pixelKind == 0) {
+            auto& raster = request.volume.shorts[z];
+            fill_nasty(random, raster.data(), raster.size(), true, random.pick({12, 16}));
+        } else {
+            auto& raster = request.volume.bytes[z];
+            fill_nasty(random, raster.data(), raster.size(), false, 8);
+        }
     }
-    for (auto& raster : request.volume.bytes) fill_nasty(random, raster.data(), raster.size(), false, 8);
     request.spline = make_spline(random, request.volume.box.params, branches);
     request.imageBox = make_image_box(random, request.spline.GetLength(0), branches);
     if (random.once_in(3)) request.secondBox = make_image_box(random, request.spline.GetLength(0), branches);
