@@ -37,7 +37,8 @@ struct Contender {
 struct Case {
     std::string job;
     std::string name;
-    /// In words, for the table.
+    /// The source, and the size of the work in words, for the table.
+    std::string volume;
     std::string work;
     /// Output pixels x slab planes.
     double samples = 0.0;

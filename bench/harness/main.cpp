@@ -75,14 +75,13 @@ std::vector<std::string> versions(const Volume& volume) {
 #endif
 }
 
-bool run_cases(const std::vector<Case>& cases, const std::string& volume, const Arguments& arguments,
-               std::FILE* json) {
+bool run_cases(const std::vector<Case>& cases, const Arguments& arguments, std::FILE* json) {
     const Effort effort = arguments.quick ? Effort{0.3, 2, 1} : Effort{};
     bool right = true;
     for (const Case& c : cases) {
         if (c.name.find(arguments.part) == std::string::npos) continue;
         try {
-            const Result result = measure(c, volume, effort);
+            const Result result = measure(c, effort);
             print_result(result);
             if (json) write_json(json, result);
         } catch (const std::exception& error) {
@@ -116,7 +115,7 @@ int run(const Arguments& arguments) {
             continue;
         MadeVolumes made;
         const auto cases = job.make(*volume, made);
-        right = run_cases(cases, made.empty() ? volume->name : made.back()->name, arguments, json) && right;
+        right = run_cases(cases, arguments, json) && right;
     }
     if (json) std::fclose(json);
     if (!found) throw std::runtime_error("no job " + arguments.job + "; --list names them");

@@ -104,11 +104,11 @@ const Timing* Result::bestPeer() const {
     return best;
 }
 
-Result measure(const Case& c, const std::string& volume, const Effort& effort) {
+Result measure(const Case& c, const Effort& effort) {
     std::vector<Contender> contenders;
     for (const auto& make : c.contenders) contenders.push_back(make());
 
-    Result result{c.job, c.name, volume, c.work, c.samples, {}, prove(c, contenders)};
+    Result result{c.job, c.name, c.volume, c.work, c.samples, {}, prove(c, contenders)};
     const std::size_t count = contenders.size();
     std::vector<double> warm(count, 1e9);
     std::vector<double> cold(count, 1e9);

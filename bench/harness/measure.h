@@ -41,6 +41,6 @@ struct Result {
 
 /// Proves that all contenders did the same work (throws std::runtime_error otherwise), then takes the least
 /// time of each over interleaved rounds.
-Result measure(const Case& c, const std::string& volume, const Effort& effort);
+Result measure(const Case& c, const Effort& effort);
 
 }  // namespace rz_bench

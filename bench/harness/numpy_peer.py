@@ -1,8 +1,9 @@
 """The NumPy side of the benchmarks: reads a volume from standard input, then commands, one a line.
 
-    REDUCTION AXIS FIRST END    max, min or mean of the samples FIRST to END - 1 along z, y or x, without the
-                                outermost samples of the other two axes; answers with seconds
-    picture                     answers with the last result as 32-bit floats
+    REDUCTION AXIS FIRST END [whole]    max, min or mean of the samples FIRST to END - 1 along z, y or x, without
+                                        the outermost samples of the other two axes unless whole; answers with
+                                        seconds
+    picture                             answers with the last result as 32-bit floats
 """
 
 import sys
@@ -40,7 +41,8 @@ def main():
             out.write(pixels.tobytes())
         else:
             reduce, axis = REDUCTIONS[words[0]], AXES[words[1]]
-            inner = [slice(1, n - 1) for n in shape]
+            margin = 0 if words[-1] == "whole" else 1
+            inner = [slice(margin, n - margin) for n in shape]
             inner[axis] = slice(int(words[2]), int(words[3]))
             part = volume[tuple(inner)]
             start = time.perf_counter()

@@ -88,8 +88,9 @@ Picture NumPy::picture() {
 }
 
 NumPy& NumPy::of(const Volume& volume) {
-    static std::map<const Volume*, std::unique_ptr<NumPy>> running;
-    auto& one = running[&volume];
+    // by number, since a later volume may stand where an earlier one stood
+    static std::map<long, std::unique_ptr<NumPy>> running;
+    auto& one = running[volume.number];
     if (!one) one = std::make_unique<NumPy>(volume);
     return *one;
 }

@@ -19,12 +19,14 @@ RZ_Box box_of(const int size[3], const double spacing[3]) {
     return RZ_Box(size[0], size[1], size[2], RZ_BoxParams(start, sides[0], sides[1], sides[2]));
 }
 
+long next_number() {
+    static long number = 0;
+    return ++number;
+}
+
 std::unique_ptr<RZ_Slice> slice_over(Kind kind, void* raster, int width, int height) {
     const PixelDataAttributes attributes{width, height, 16, 1};
-    if (kind == Kind::kInt16) {
-        auto slice = std::make_unique<RZ_ShortSlice>(static_cast<short*>(raster), attributes);
-        return slice;
-    }
+    if (kind == Kind::kInt16) return std::make_unique<RZ_ShortSlice>(static_cast<short*>(raster), attributes);
     if (kind == Kind::kUInt8)
         return std::make_unique<RZ_ShortSlice>(static_cast<std::uint8_t*>(raster), attributes);
     return std::make_unique<RZ_LongSlice>(static_cast<std::int32_t*>(raster), attributes);
@@ -34,6 +36,7 @@ std::unique_ptr<RZ_Slice> slice_over(Kind kind, void* raster, int width, int hei
 
 Volume::Volume(std::string name_, Kind kind_, int nx, int ny, int nz, double dx, double dy, double dz)
     : name(std::move(name_)),
+      number(next_number()),
       kind(kind_),
       size{nx, ny, nz},
       spacing{dx, dy, dz},

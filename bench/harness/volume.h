@@ -25,6 +25,8 @@ class Volume {
     Volume& operator=(const Volume&) = delete;
 
     const std::string name;
+    /// Tells volumes apart.
+    const long number;
     const Kind kind;
     const int size[3];
     const double spacing[3];

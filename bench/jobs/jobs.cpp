@@ -3,7 +3,14 @@
 #include <algorithm>
 #include <iterator>
 
+#include "bench/jobs/combine/combine.h"
+#include "bench/jobs/curved/curved.h"
+#include "bench/jobs/first_call/first_call.h"
 #include "bench/jobs/planar/planar.h"
+#include "bench/jobs/resample/resample.h"
+#include "bench/jobs/restack/restack.h"
+#include "bench/jobs/subtract/subtract.h"
+#include "bench/jobs/weights/weights.h"
 
 namespace rz_bench {
 namespace {
@@ -42,12 +49,47 @@ std::vector<Case> colour(Volume& phantom, MadeVolumes& made) {
     return colour_cases(*made.back());
 }
 
+std::vector<Case> curved(Volume& phantom, MadeVolumes&) {
+    return curved_cases(phantom);
+}
+
+std::vector<Case> combine(Volume& phantom, MadeVolumes& made) {
+    made.push_back(make_stack(phantom));
+    return combine_cases(*made.back());
+}
+
+std::vector<Case> subtract(Volume& phantom, MadeVolumes& made) {
+    made.push_back(make_stack(phantom));
+    std::vector<Case> cases = subtract_cases(*made.back());
+    made.push_back(make_byte_stack(*made.back()));
+    for (Case& c : subtract_cases(*made.back())) cases.push_back(std::move(c));
+    return cases;
+}
+
+std::vector<Case> resample(Volume& phantom, MadeVolumes&) {
+    return resample_cases(phantom);
+}
+
+std::vector<Case> restack(Volume& phantom, MadeVolumes&) {
+    return restack_cases(phantom);
+}
+
+std::vector<Case> weights(Volume&, MadeVolumes&) {
+    return weights_cases();
+}
+
+std::vector<Case> first_call(Volume& phantom, MadeVolumes&) {
+    return first_call_cases(phantom);
+}
+
 }  // namespace
 
 const std::vector<Job>& all_jobs() {
     static const std::vector<Job> jobs = {
-        {"plane", plane}, {"slab", slab},   {"slab-fast", slab_fast},
-        {"cubic", cubic}, {"8-bit", bytes}, {"32-bit", colour},
+        {"first-call", first_call},  // before any other has called the library
+        {"plane", plane},           {"slab", slab},         {"slab-fast", slab_fast}, {"cubic", cubic},
+        {"8-bit", bytes},           {"32-bit", colour},     {"curved", curved},       {"combine", combine},
+        {"subtract", subtract},     {"resample", resample}, {"restack", restack},     {"weights", weights},
     };
     return jobs;
 }

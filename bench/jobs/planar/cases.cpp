@@ -27,6 +27,7 @@ Case case_of(Volume& volume, const std::string& job, const std::string& name, co
     Case c;
     c.job = job;
     c.name = name;
+    c.volume = volume.name;
     c.work = work_of(r);
     c.samples = r.samples();
     c.tolerance = tolerance;
