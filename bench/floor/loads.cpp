@@ -194,8 +194,27 @@ std::uint64_t stream_rows(const void* const* slices, int sliceCount, std::size_t
     return sum;
 }
 
+std::uint64_t copy_plane_16(const LoadWalk& walk, short* output) {
+    const bool rows = walk.columnStep[0] == 1 << 18 && walk.columnStep[1] == 0 && walk.columnStep[2] == 0;
+    for (int row = 0; row < walk.rows; ++row, output += walk.columns) {
+        std::int32_t p[3];
+        for (int k = 0; k < 3; ++k) p[k] = plus(walk.first[k], times(walk.rowStep[k], row));
+        for (int column = 0; column < (rows ? 1 : walk.columns); ++column) {
+            const auto* const slice = static_cast<const short*>(walk.slices[p[2] >> 18]);
+            const short* const from = slice + (p[1] >> 18) * std::ptrdiff_t{walk.sourceWidth} + (p[0] >> 18);
+            if (rows) {
+                std::memcpy(output, from, static_cast<std::size_t>(walk.columns) * sizeof(short));
+            } else {
+                output[column] = *from;
+            }
+            for (int k = 0; k < 3; ++k) p[k] = plus(p[k], walk.columnStep[k]);
+        }
+    }
+    return reinterpret_cast<std::uintptr_t>(output);
+}
+
 void keep(std::uint64_t number) {
-    asm volatile("" : : "r"(number));
+    asm volatile("" : : "r"(number) : "memory");
 }
 
 }  // namespace rz_bench

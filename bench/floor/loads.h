@@ -42,6 +42,9 @@ std::uint64_t stream(const void* bytes, std::size_t count);
 std::uint64_t stream_rows(const void* const* slices, int sliceCount, std::size_t offset, std::size_t bytes,
                           int rows, std::size_t stride);
 
+/// A plane whose pixels are samples: each row copied, or where columns do not run along x sample by sample.
+std::uint64_t copy_plane_16(const LoadWalk& walk, short* output);
+
 /// Takes a probe's number, so that the probe is not left out.
 void keep(std::uint64_t number);
 

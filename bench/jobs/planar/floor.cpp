@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 #include "bench/floor/loads.h"
 #include "bench/jobs/planar/planar.h"
@@ -67,7 +68,11 @@ std::vector<Contender> planar_floors(Volume& volume, const PlanarRequest& reques
         return {probe(volume, [walk] { return cubic_loads(walk, rz_obl::g_cubicWeightTable.weights); })};
     if (request.quality == RZ_OBL_RenditionQuality::SemiCubic)
         return {probe(volume, [walk] { return semicubic_loads(walk); })};
-    if (request.onGrid) return {streaming(volume, request)};
+    if (request.onGrid && request.planes > 1) return {streaming(volume, request)};
+    if (request.onGrid) {
+        const auto output = std::make_shared<std::vector<short>>(static_cast<std::size_t>(request.samples()));
+        return {probe(volume, [walk, output] { return copy_plane_16(walk, output->data()); })};
+    }
     return {probe(volume, [walk] { return linear_loads_16(walk); }),
             probe(volume, [walk] { return linear_loads_16_blocked(walk); })};
 }
