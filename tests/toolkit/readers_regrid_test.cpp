@@ -211,6 +211,18 @@ TEST(ReadRegrid, ColoursAndBytes) {
     }
 }
 
+TEST(ReadRegrid, GridsBeyondReasonAreRefused) {
+    Stack stack = straight(4);
+    stack.drift = {300, 300};
+    const TemporaryFolder folder;
+    draw(folder.path(), stack, {0, 0, 0, 10});
+    expect_refused(folder.path(), {true, {}, {}}, {"2014 x 2584 x 4 samples", "64 times"});
+    stack.drift = {1e5, 0};
+    const TemporaryFolder wide;
+    draw(wide.path(), stack, {0, 0, 0, 10});
+    expect_refused(wide.path(), {true, {}, {}}, {"width or height of 666681 samples"});
+}
+
 TEST(ReadRegrid, EvenStacksStayAsTheyAre) {
     const Stack stack = straight(6);
     const TemporaryFolder folder;

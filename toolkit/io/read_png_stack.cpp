@@ -129,7 +129,7 @@ ReadResult read_png_stack(const std::vector<fs::path>& files, const std::string&
         return header.width == first.width && header.height == first.height && header.bits == first.bits &&
                header.colour == first.colour;
     };
-    // All headers before any memory, which then is bounded by what the files really hold.
+    // All headers before any pixels: one picture of another size must not cost the reading of all.
     for (const fs::path& file : files) {
         const PngHeader header = decode_file(file, nullptr);
         if (!same(header))

@@ -17,6 +17,8 @@ constexpr double kRoundingSteps = 0.01;
 constexpr double kRemarkSteps = 0.1;
 // Sideways, in samples over the whole stack.
 constexpr double kShiftSamples = 0.25;
+// A regridded stack of real slices grows a few times at most; positions of damaged files lie anywhere.
+constexpr int kGrowth = 64;
 
 void check_frame(const Stack& stack, const std::string& name) {
     const double skew = std::abs(dot(stack.alongRow, stack.alongColumn));
@@ -163,6 +165,10 @@ Grid enclosing_grid(const Stack& stack, const StackShape& shape, const std::stri
     const double planes = std::floor(shape.depth.back() / shape.step + 1e-3) + 1;
     if (!(planes <= 32767)) refuse("%s: regridding would need %.0f planes", name.c_str(), planes);
     grid.size[2] = static_cast<int>(planes);
+    const double before = 1.0 * stack.columns * stack.rows * static_cast<double>(stack.positions.size());
+    if (1.0 * grid.size[0] * grid.size[1] * grid.size[2] > kGrowth * before)
+        refuse("%s: regridding would need %d x %d x %d samples, more than %d times as many as there are",
+               name.c_str(), grid.size[0], grid.size[1], grid.size[2], kGrowth);
     return grid;
 }
 
