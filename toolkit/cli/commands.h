@@ -10,6 +10,7 @@
 namespace rzobl::cli {
 
 // Each adds one command to the program; the command runs when the program has parsed its arguments.
+void add_curved(CLI::App& program);
 void add_info(CLI::App& program);
 void add_mpr(CLI::App& program);
 void add_phantom(CLI::App& program);

@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "lower/tasks/runnable.h"
 #include "toolkit/cli/commands.h"
 #include "toolkit/core/error.h"
 #include "toolkit/io/output_file.h"
@@ -36,10 +37,12 @@ int run(int argc, char** argv) {
     program.require_subcommand(1);
     program.set_help_all_flag("--help-all", "Help of every command");
     program.get_formatter()->column_width(34);
+    rzobl::cli::add_curved(program);
     rzobl::cli::add_info(program);
     rzobl::cli::add_mpr(program);
     rzobl::cli::add_phantom(program);
-    program.footer("Exit codes: 0 done, 1 bad input or usage, 2 a fault of rzobl.\n");
+    program.footer(
+        "Exit codes: 0 done, 1 bad input or usage, 2 a fault of rzobl, 130 cancelled by Ctrl-C.\n");
     try {
         program.parse(argc, argv);
         return 0;
@@ -61,6 +64,8 @@ int main(int argc, char** argv) {
         return run(argc, argv);
     } catch (const rzobl::Error& error) {
         return complain(1, error.what());
+    } catch (const WKR_CANCEL_EXCEPTION&) {
+        return complain(130, "cancelled; nothing was written");
     } catch (const std::bad_alloc&) {
         return complain(1, "there is not enough memory for this");
     } catch (const std::exception& fault) {

@@ -1,0 +1,171 @@
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "toolkit/cli/arguments.h"
+#include "toolkit/cli/commands.h"
+#include "toolkit/cli/interrupt.h"
+#include "toolkit/cli/progress.h"
+#include "toolkit/cli/progress_bar.h"
+#include "toolkit/core/curved_request.h"
+#include "toolkit/core/error.h"
+#include "toolkit/core/mark_curve.h"
+#include "toolkit/core/text.h"
+#include "toolkit/io/output_file.h"
+#include "toolkit/io/read_points.h"
+#include "toolkit/io/write_volume.h"
+
+namespace rzobl::cli {
+
+namespace {
+
+struct CurvedArguments {
+    InputArguments input;
+    OutputArguments output;
+    std::string points, sweep, size, spacing, thickness = "0", band, type = "mean", window = "auto",
+                                              background, plane;
+    bool localFrames = false;
+};
+
+CurvedRequest request_of(const CurvedArguments& arguments) {
+    CurvedRequest request;
+    request.localFrames = arguments.localFrames;
+    if (!arguments.sweep.empty()) request.sweep = vector("--sweep", arguments.sweep);
+    if (!arguments.size.empty()) request.size = size("--size", arguments.size);
+    if (!arguments.spacing.empty()) request.spacing = number("--spacing", arguments.spacing);
+    request.thickness = number("--thickness", arguments.thickness);
+    if (!arguments.band.empty()) {
+        if (!arguments.localFrames)
+            throw Error(
+                "--band is the width of a picture whose sweep turns with the curve; give "
+                "--local-frames too");
+        request.band = number("--band", arguments.band);
+    }
+    request.type = type(arguments.type);
+    if (!arguments.background.empty()) request.background = number("--background", arguments.background);
+    request.points = read_points(arguments.points);
+    return request;
+}
+
+void check_outputs(const CurvedArguments& arguments, bool window) {
+    const std::string& path = arguments.output.path;
+    if (window && output_format(path) != OutputFormat::Png)
+        throw Error("a window is for PNG pictures; " + path + " keeps the samples as they are");
+    OutputFile::check(path, arguments.output.force);
+    if (arguments.plane.empty()) return;
+    if (output_format(arguments.plane) != OutputFormat::Png)
+        throw Error("--plane draws in colour over a picture, and its file ends in .png, not as " +
+                    arguments.plane + " does");
+    OutputFile::check(arguments.plane, arguments.output.force);
+    const auto whole = [](const std::string& name) {
+        return std::filesystem::absolute(name).lexically_normal();
+    };
+    if (whole(arguments.plane) == whole(path)) throw Error("--plane and --output name the same file");
+}
+
+CurvedImage draw(const Volume& volume, const CurvedRequest& request, const OutputArguments& output) {
+    WKR_Task task;
+    ProgressBar bar("drawing " + output.path, output.quiet);
+    const CancelOnInterrupt interrupt(task);
+    return draw_curved(volume, request, {&task, [&bar](double share) { bar.show(share); }});
+}
+
+/// The plane of the curve with the curve drawn in.
+void write_plane(const Volume& volume, const CurvedImage& curved, const std::optional<Window>& window,
+                 const CurvedArguments& arguments) {
+    std::vector<Vec3> points;
+    for (const CurveLine& line : curved.lines) points.push_back(line.point);
+    const Progress progress("drawing " + arguments.plane, arguments.output.quiet);
+    const Image plane = reformat(volume, plane_of_curve(volume, points));
+    const Image marked = mark_curve(plane, window.value_or(auto_window(plane)), points);
+    write_png(marked, {127.5, 255}, arguments.plane, arguments.output.force);
+}
+
+void run(const CurvedArguments& arguments) {
+    // What can be refused without the volume is refused first.
+    const OutputFormat format = output_format(arguments.output.path);
+    const std::optional<Window> asked = window(arguments.window);
+    check_outputs(arguments, asked.has_value());
+    const CurvedRequest request = request_of(arguments);
+
+    const ReadResult input =
+        read_input(arguments.input.path, arguments.input.options(), arguments.output.quiet);
+    const Stopwatch watch;
+    const CurvedImage curved = draw(input.volume, request, arguments.output);
+    const double drawn = watch.milliseconds();
+    const Image& image = curved.image;
+    const Window shown = asked.value_or(auto_window(image));
+    {
+        const Progress progress("writing " + arguments.output.path, arguments.output.quiet);
+        if (format == OutputFormat::Png)
+            write_png(image, shown, arguments.output.path, arguments.output.force);
+        else
+            write_volume(image, arguments.output.path, arguments.output.force);
+    }
+    if (!arguments.plane.empty()) write_plane(input.volume, curved, asked, arguments);
+    if (arguments.output.quiet) return;
+    std::printf("%s: %d x %d pixels of %s mm, %s mm of curve from %s", arguments.output.path.c_str(),
+                image.width(), image.height(), text(image.grid.spacing[curved.curveRunsDown ? 0 : 1]).c_str(),
+                text(curved.curveLength).c_str(), curved.curveRunsDown ? "top to bottom" : "left to right");
+    if (format == OutputFormat::Png)
+        std::printf(", window %s,%s", text(shown.centre).c_str(), text(shown.width).c_str());
+    else
+        std::printf(", written flat at the origin, since a curved picture lies in no plane");
+    std::printf(", drawn in %.2f ms\n", drawn);
+}
+
+}  // namespace
+
+void add_curved(CLI::App& program) {
+    const auto arguments = std::make_shared<CurvedArguments>();
+    CurvedArguments& a = *arguments;
+    CLI::App& curved =
+        *program.add_subcommand("curved", "Draw the surface swept along a curve through a volume, unrolled");
+    a.input.add_to(curved);
+    a.output.add_to(curved, "OUT: .png for a picture to look at; .mha, .nrrd, .nii, .nii.gz for the samples");
+    curved
+        .add_option("--points", a.points,
+                    "FILE, or \"X,Y,Z;X,Y,Z;...\": points on the curve, in their order along it")
+        ->required();
+    curved.add_option("--sweep", a.sweep,
+                      "X,Y,Z: direction across the curve (default: across the plane that fits it best)");
+    curved.add_flag("--local-frames", a.localFrames, "Let the sweep turn with the curve");
+    curved.add_option("--size", a.size, "WxH in pixels (default: the whole curve by the whole volume)");
+    curved.add_option("--spacing", a.spacing,
+                      "Side of a pixel in mm (default: the finest spacing of the volume; with --size what "
+                      "shows the whole curve)");
+    curved.add_option("--thickness", a.thickness,
+                      "Whole thickness in mm of a slab about the surface (default 0: none)");
+    curved.add_option("--band", a.band, "With --local-frames: draw only this many mm across the curve");
+    curved.add_option("--type", a.type, "mean (default), max or min over the slab");
+    curved.add_option("--window", a.window, "CENTRE,WIDTH of the greys of a PNG, or auto (default)");
+    curved.add_option("--background", a.background,
+                      "Value of pixels outside the volume (default: its padding value, or its least value)");
+    curved.add_option("--plane", a.plane,
+                      "FILE.png: also the plane that fits the curve best, with the curve drawn in");
+    curved.footer(
+        "The curve passes smoothly through all points. Equal steps along it are equal lengths of curve;\n"
+        "across it the picture shows straight lines in the direction of the sweep, sampled linearly. A "
+        "sweep\n"
+        "mostly to the left runs along the rows, with the patient's right on the left, and the curve runs\n"
+        "down; a sweep mostly to the head runs along the columns, with the head up, and the curve runs to\n"
+        "the right; one to the back does the former where the curve runs along the body, else the latter.\n"
+        "With --size the curve lies in the middle of the picture.\n"
+        "\n"
+        "--points FILE: a table with a point a line (comma, semicolon, tab or blanks; columns named x, y, "
+        "z,\n"
+        "or three numbers), JSON ([[x,y,z],...] or [{\"x\":..,\"y\":..,\"z\":..},...]), or a markup table or "
+        "JSON\n"
+        "as viewers write them. Points are LPS millimetres; files that say RAS are turned to LPS.\n"
+        "\n"
+        "Volumes of 16-bit and 8-bit samples; not colours. MetaImage, NRRD and NIfTI hold the picture flat,\n"
+        "with its spacing along and across the curve, at the origin.\n"
+        "\n"
+        "Ctrl-C ends drawing early and leaves no file; the exit code is 130.");
+    curved.callback([arguments] { run(*arguments); });
+}
+
+}  // namespace rzobl::cli
