@@ -103,17 +103,17 @@ TEST(CurvedRefusals, Sweeps) {
     EXPECT_THAT(with({1, 0, 0}), HasSubstr("runs along the curve"));
     // From its start on along the curve, or never.
     const std::vector<Vec3> line{{5, 5, 5}, {20, 20, 20}, {35, 35, 35}};
-    const auto straight = [&line](Vec3 sweep, bool localFrames) {
-        return refusal([&line, sweep, localFrames](CurvedRequest& r) {
+    const auto straight = [&line](double x, double y, double z, bool localFrames) {
+        return refusal([&](CurvedRequest& r) {
             r.points = line;
-            r.sweep = sweep;
+            r.sweep = Vec3{x, y, z};
             r.localFrames = localFrames;
         });
     };
     for (const bool localFrames : {false, true}) {
-        EXPECT_THAT(straight({1, 1, 1}, localFrames), HasSubstr("runs along the curve"));
-        EXPECT_THAT(straight({-2, -2, -2.01}, localFrames), HasSubstr("runs along the curve"));
-        EXPECT_EQ(straight({1, 1, 0}, localFrames), "");
+        EXPECT_THAT(straight(1, 1, 1, localFrames), HasSubstr("runs along the curve"));
+        EXPECT_THAT(straight(-2, -2, -2.01, localFrames), HasSubstr("runs along the curve"));
+        EXPECT_EQ(straight(1, 1, 0, localFrames), "");
     }
 }
 
