@@ -15,8 +15,9 @@
 #include <unistd.h>
 
 #include "tests/toolkit/decode_png.h"
+#include "tests/toolkit/names_in.h"
+#include "tests/toolkit/readers_support.h"
 #include "tests/toolkit/run_program.h"
-#include "tests/toolkit/temporary_folder.h"
 #include "toolkit/core/curved_request.h"
 #include "toolkit/core/phantom.h"
 #include "toolkit/io/read_volume.h"
@@ -77,7 +78,7 @@ TEST(CurvedCli, NeedsNothingButInputOutputAndPoints) {
     const Decoded picture = decode_png(folder / "a.png");
     EXPECT_GT(picture.width, 30);
     EXPECT_NEAR(picture.height, 51, 1);
-    EXPECT_THAT(folder.names(), testing::ElementsAre("a.png"));
+    EXPECT_THAT(names_in(folder.path()), testing::ElementsAre("a.png"));
 }
 
 TEST(CurvedCli, DrawsWhatTheCoreDraws) {
@@ -146,7 +147,7 @@ TEST(CurvedCli, ThePlaneWithTheCurveDrawnIn) {
         for (int column = 0; column < plane.width; ++column)
             coloured += plane.channel(column, row, 0) > plane.channel(column, row, 2) + 60;
     EXPECT_GT(coloured, 30);
-    EXPECT_THAT(folder.names(), testing::UnorderedElementsAre("a.png", "plane.png"));
+    EXPECT_THAT(names_in(folder.path()), testing::UnorderedElementsAre("a.png", "plane.png"));
 
     const std::string existing = (folder / "plane.png").string();
     EXPECT_THAT(refusal_of(curved(folder / "b.png", {"--plane", existing})), HasSubstr("--force"));
@@ -154,7 +155,7 @@ TEST(CurvedCli, ThePlaneWithTheCurveDrawnIn) {
                 HasSubstr("the same file"));
     EXPECT_THAT(refusal_of(curved(folder / "b.png", {"--plane", (folder / "b.nrrd").string()})),
                 HasSubstr("ends in .png"));
-    EXPECT_EQ(folder.names().size(), 2U);
+    EXPECT_EQ(names_in(folder.path()).size(), 2U);
 }
 
 TEST(CurvedCli, KeepsAnExistingFileUnlessForced) {
@@ -183,7 +184,7 @@ TEST_P(CurvedCliRefuses, WithOneSentenceAndNoFile) {
     const TemporaryFolder folder;
     EXPECT_THAT(refusal_of(curved(folder / "a.png", GetParam().arguments, GetParam().points)),
                 HasSubstr(GetParam().says));
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -237,7 +238,7 @@ TEST(CurvedCli, RefusesInputsAndOutputsThatAreNone) {
     EXPECT_THAT(refusal_of(curved(folder / "a.jpg", {})), HasSubstr("cannot tell the format"));
     EXPECT_THAT(refusal_of(curved(folder / "a.nrrd", {"--window", "40,400"})), HasSubstr("window"));
     EXPECT_THAT(refusal_of(rzobl({"curved", phantoms().ct(), "-o", out.string()})), HasSubstr("--points"));
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
 }
 
 TEST(CurvedCli, PointsByTheHundredThousand) {
@@ -338,7 +339,7 @@ TEST(CurvedCli, CtrlCCancelsAndLeavesNoFile) {
     const int status = run.status();
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130) << status << run.said();
     EXPECT_THAT(run.said(), HasSubstr("rzobl: cancelled; nothing was written."));
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
     EXPECT_LT(std::chrono::steady_clock::now() - then, std::chrono::seconds(10));
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/toolkit/temporary_folder.h"
+#include "tests/toolkit/readers_support.h"
 #include "toolkit/core/error.h"
 #include "toolkit/io/read_points.h"
 
@@ -24,7 +24,7 @@ class File {
   public:
     explicit File(const std::string& content, const std::string& name = "points.txt")
         : path_(folder_ / name) {
-        std::ofstream(path_, std::ios::binary) << content;
+        write_text(path_, content);
     }
     std::vector<Vec3> read() const { return read_points(path_.string()); }
 

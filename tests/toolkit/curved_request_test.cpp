@@ -26,7 +26,7 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 /// Samples at 0 to 39 mm along each axis, 100 throughout.
-Volume cube(SampleKind kind = SampleKind::Int16, const std::array<int, 3>& size = {40, 40, 40}) {
+Volume cube(SampleKind kind = SampleKind::Int16, std::array<int, 3> size = {40, 40, 40}) {
     Grid grid;
     grid.size = size;
     Volume volume = Volume::allocate(grid, kind);
@@ -102,18 +102,17 @@ TEST(CurvedRefusals, Sweeps) {
     // The arch runs to the left at its top.
     EXPECT_THAT(with({1, 0, 0}), HasSubstr("runs along the curve"));
     // From its start on along the curve, or never.
-    const std::vector<Vec3> line{{5, 5, 5}, {20, 20, 20}, {35, 35, 35}};
-    const auto straight = [&line](double x, double y, double z, bool localFrames) {
-        return refusal([&](CurvedRequest& r) {
-            r.points = line;
-            r.sweep = Vec3{x, y, z};
-            r.localFrames = localFrames;
-        });
+    CurvedRequest straight;
+    for (const double t : {5.0, 20.0, 35.0}) straight.points.push_back({t, t, t});
+    const auto along_line = [&straight](double x, double y, double z) {
+        straight.sweep = Vec3{x, y, z};
+        return refusal([&straight](CurvedRequest& r) { r = straight; });
     };
     for (const bool localFrames : {false, true}) {
-        EXPECT_THAT(straight(1, 1, 1, localFrames), HasSubstr("runs along the curve"));
-        EXPECT_THAT(straight(-2, -2, -2.01, localFrames), HasSubstr("runs along the curve"));
-        EXPECT_EQ(straight(1, 1, 0, localFrames), "");
+        straight.localFrames = localFrames;
+        EXPECT_THAT(along_line(1, 1, 1), HasSubstr("runs along the curve"));
+        EXPECT_THAT(along_line(-2, -2, -2.01), HasSubstr("runs along the curve"));
+        EXPECT_EQ(along_line(1, 1, 0), "");
     }
 }
 

@@ -125,46 +125,62 @@ void add_curved(CLI::App& program) {
     CLI::App& curved =
         *program.add_subcommand("curved", "Draw the surface swept along a curve through a volume, unrolled");
     a.input.add_to(curved);
-    a.output.add_to(curved, "OUT: .png for a picture to look at; .mha, .nrrd, .nii, .nii.gz for the samples");
+    a.output.add_to(curved, ".png for a picture to look at; .mha, .nrrd, .nii, .nii.gz for the samples");
     curved
         .add_option("--points", a.points,
-                    "FILE, or \"X,Y,Z;X,Y,Z;...\": points on the curve, in their order along it")
+                    "Points on the curve in their order along it: a file, or \"X,Y,Z;X,Y,Z;...\"")
+        ->type_name("POINTS")
         ->required();
-    curved.add_option("--sweep", a.sweep,
-                      "X,Y,Z: direction across the curve (default: across the plane that fits it best)");
+    curved.add_option("--sweep", a.sweep, "Direction across the curve (default: see below)")
+        ->type_name("X,Y,Z");
     curved.add_flag("--local-frames", a.localFrames, "Let the sweep turn with the curve");
-    curved.add_option("--size", a.size, "WxH in pixels (default: the whole curve by the whole volume)");
-    curved.add_option("--spacing", a.spacing,
-                      "Side of a pixel in mm (default: the finest spacing of the volume; with --size what "
-                      "shows the whole curve)");
-    curved.add_option("--thickness", a.thickness,
-                      "Whole thickness in mm of a slab about the surface (default 0: none)");
-    curved.add_option("--band", a.band, "With --local-frames: draw only this many mm across the curve");
-    curved.add_option("--type", a.type, "mean (default), max or min over the slab");
-    curved.add_option("--window", a.window, "CENTRE,WIDTH of the greys of a PNG, or auto (default)");
-    curved.add_option("--background", a.background,
-                      "Value of pixels outside the volume (default: its padding value, or its least value)");
-    curved.add_option("--plane", a.plane,
-                      "FILE.png: also the plane that fits the curve best, with the curve drawn in");
+    curved.add_option("--size", a.size, "Pixels (default: the whole curve by the whole volume)")
+        ->type_name("WxH");
+    curved
+        .add_option("--spacing", a.spacing,
+                    "Side of a pixel (default: the finest spacing of the volume; with --size what shows "
+                    "the whole curve)")
+        ->type_name("MM");
+    curved
+        .add_option("--thickness", a.thickness,
+                    "Whole thickness of a slab about the surface (default 0: none)")
+        ->type_name("MM");
+    curved.add_option("--band", a.band, "With --local-frames: draw only this much across the curve")
+        ->type_name("MM");
+    curved.add_option("--type", a.type, "mean (default), max or min over the slab")->type_name("NAME");
+    curved.add_option("--window", a.window, "Centre and width of the greys of a PNG, or auto (default)")
+        ->type_name("C,W");
+    curved
+        .add_option("--background", a.background,
+                    "Value of pixels outside the volume (default: its padding value, or its least value)")
+        ->type_name("V");
+    curved
+        .add_option("--plane", a.plane,
+                    "A .png for the plane that fits the curve best, with the curve drawn in from yellow to "
+                    "red")
+        ->type_name("FILE");
     curved.footer(
         "The curve passes smoothly through all points. Equal steps along it are equal lengths of curve;\n"
-        "across it the picture shows straight lines in the direction of the sweep, sampled linearly. A "
-        "sweep\n"
-        "mostly to the left runs along the rows, with the patient's right on the left, and the curve runs\n"
-        "down; a sweep mostly to the head runs along the columns, with the head up, and the curve runs to\n"
-        "the right; one to the back does the former where the curve runs along the body, else the latter.\n"
-        "With --size the curve lies in the middle of the picture.\n"
+        "across it the picture shows straight lines along the sweep, sampled linearly. Without --sweep they\n"
+        "run along the normal of the plane that fits the curve best; for a straight curve to the left, or "
+        "to\n"
+        "the head where it does not run that way itself.\n"
         "\n"
-        "--points FILE: a table with a point a line (comma, semicolon, tab or blanks; columns named x, y, "
-        "z,\n"
-        "or three numbers), JSON ([[x,y,z],...] or [{\"x\":..,\"y\":..,\"z\":..},...]), or a markup table or "
-        "JSON\n"
-        "as viewers write them. Points are LPS millimetres; files that say RAS are turned to LPS.\n"
+        "How pictures lie: a sweep mostly to the left has the patient's right on the left, and the curve\n"
+        "runs down; one mostly to the head has the head up, and the curve runs to the right. One mostly to\n"
+        "the back has the front on the left where the curve runs along the body, else up. The curve starts\n"
+        "at the left or at the top; with --size it lies in the middle of the picture.\n"
         "\n"
-        "Volumes of 16-bit and 8-bit samples; not colours. MetaImage, NRRD and NIfTI hold the picture flat,\n"
-        "with its spacing along and across the curve, at the origin.\n"
+        "Files of points: tables with a point a line (comma, semicolon, tab or blanks; columns named x, y,\n"
+        "z, or three numbers), JSON ([[x,y,z],...] or [{\"x\":x,\"y\":y,\"z\":z},...]), or markups as "
+        "viewers\n"
+        "write them, as tables or JSON. Points are LPS millimetres; files that say RAS are turned to LPS.\n"
         "\n"
-        "Ctrl-C ends drawing early and leaves no file; the exit code is 130.");
+        "For volumes of 16-bit and 8-bit samples, not for colours. A slab is drawn where both of its faces\n"
+        "lie inside the volume. MetaImage, NRRD and NIfTI hold the picture flat, at the origin, with its\n"
+        "spacing along and across the curve.\n"
+        "\n"
+        "Ctrl-C ends the drawing early and leaves no file; the exit code is then 130.\n");
     curved.callback([arguments] { run(*arguments); });
 }
 
