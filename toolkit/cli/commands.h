@@ -13,7 +13,12 @@ namespace rzobl::cli {
 void add_curved(CLI::App& program);
 void add_info(CLI::App& program);
 void add_mpr(CLI::App& program);
+void add_outline(CLI::App& program);
 void add_phantom(CLI::App& program);
+void add_resample(CLI::App& program);
+void add_restack(CLI::App& program);
+void add_slab(CLI::App& program);
+void add_subtract(CLI::App& program);
 
 /// Reads with a progress line and passes warnings on to standard error.
 ReadResult read_input(const std::string& path, const ReadOptions& options, bool quiet);

@@ -40,6 +40,11 @@ int run(int argc, char** argv) {
     rzobl::cli::add_curved(program);
     rzobl::cli::add_info(program);
     rzobl::cli::add_mpr(program);
+    rzobl::cli::add_slab(program);
+    rzobl::cli::add_subtract(program);
+    rzobl::cli::add_restack(program);
+    rzobl::cli::add_resample(program);
+    rzobl::cli::add_outline(program);
     rzobl::cli::add_phantom(program);
     program.footer(
         "Exit codes: 0 done, 1 bad input or usage, 2 a fault of rzobl, 130 cancelled by Ctrl-C.\n");

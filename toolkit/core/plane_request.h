@@ -50,4 +50,8 @@ PlaneRequest resolve(const Volume& volume, const PlaneRequest& request);
 /// may be drawn by several at once.
 Image reformat(const Volume& volume, const PlaneRequest& request);
 
+/// The same for a request that came from resolve() for this volume; one that does not meet the volume gives a
+/// picture of background, with lastColumn below firstColumn.
+Image draw(const Volume& volume, const PlaneRequest& resolved);
+
 }  // namespace rzobl

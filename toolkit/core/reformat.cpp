@@ -153,8 +153,7 @@ void exchange_channels(std::vector<std::byte>& samples) {
 
 }  // namespace
 
-Image reformat(const Volume& volume, const PlaneRequest& asked) {
-    const PlaneRequest request = resolve(volume, asked);
+Image draw(const Volume& volume, const PlaneRequest& request) {
     Image image;
     image.grid = grid_of(request);
     image.kind = volume.kind();
@@ -186,13 +185,19 @@ Image reformat(const Volume& volume, const PlaneRequest& asked) {
                                nullptr, reinterpret_cast<char*>(image.samples.data()), outputBox,
                                &image.firstRow, &image.lastRow, &image.firstColumn, &image.lastColumn, 0,
                                volumeBox.zDim - 1, request.quality, halfThickness, request.type);
-    if (image.firstColumn > image.lastColumn) refuse_empty(volume, request);
 
     if (mixes) {
         const std::vector<RowRange> scanned = scanned_rows(volumeBox, plane, outputBox, halfThickness);
         restore_background(image, request.quality == Quality::LinearFast ? fast_rows(scanned) : scanned);
     }
     if (image.kind == SampleKind::Rgb) exchange_channels(image.samples);
+    return image;
+}
+
+Image reformat(const Volume& volume, const PlaneRequest& asked) {
+    const PlaneRequest request = resolve(volume, asked);
+    Image image = draw(volume, request);
+    if (image.firstColumn > image.lastColumn) refuse_empty(volume, request);
     return image;
 }
 

@@ -4,25 +4,14 @@
 #include <new>
 #include <utility>
 
-#include <unistd.h>
-
 #include "lower/pager/mem_pager.h"
 #include "toolkit/core/error.h"
+#include "toolkit/core/memory.h"
 #include "toolkit/core/text.h"
 
 namespace rzobl {
 
 namespace {
-
-/// Refuses what this machine cannot hold before it is touched: the pager reserves lazily, so that a volume
-/// that is too large would otherwise end the process much later.
-void check_memory(double bytes) {
-    const double machine =
-        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
-    if (bytes > machine)
-        throw Error("the volume needs " + bytes_text(bytes) + " of memory, and this machine has " +
-                    bytes_text(machine));
-}
 
 /// A slice object of the layout that kind names; memory of the caller, or a block that the slice takes over.
 template <class Raster16, class Raster32>
@@ -52,7 +41,7 @@ Volume Volume::allocate(const Grid& grid, SampleKind kind) {
     const std::size_t rasterBytes = static_cast<std::size_t>(grid.size[0]) *
                                     static_cast<std::size_t>(grid.size[1]) * bytesPerSample(kind);
     const double needed = static_cast<double>(rasterBytes) * grid.size[2];
-    check_memory(needed);
+    check_memory(needed, "the volume");
 
     Volume volume;
     volume.grid_ = grid;

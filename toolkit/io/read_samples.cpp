@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 
+#include "toolkit/core/memory.h"
 #include "toolkit/core/text.h"
 #include "toolkit/io/read_text.h"
 
@@ -13,7 +13,6 @@ namespace rzobl {
 
 namespace {
 
-constexpr std::size_t kGuard = 256 * 1024;
 constexpr int kOffset = 32768;
 
 /// How the values lie that a narrowing must hold.
@@ -117,6 +116,7 @@ void take_floats(VolumeSamples& samples, const StoredSamples& stored, const Read
         refuse("the float range %g to %g must be two rising numbers", low, high);
 
     samples.bytes = allocate_samples(stored.count * 2);
+    samples.bits = 16;
     samples.rescale.slope = (high - low) / 65535;
     samples.rescale.intercept = low + kOffset * samples.rescale.slope;
     samples.padding.reset();
@@ -196,12 +196,8 @@ const char* name_of(SampleType type) {
 }
 
 std::shared_ptr<std::byte> allocate_samples(std::size_t bytes) {
-    void* const block = bytes <= SIZE_MAX - 2 * kGuard ? std::calloc(bytes + 2 * kGuard, 1) : nullptr;
-    if (!block)
-        refuse("the volume needs %s of memory, which this system does not give",
-               bytes_text(static_cast<double>(bytes)).c_str());
-    const std::shared_ptr<void> whole(block, std::free);
-    return {whole, static_cast<std::byte*>(block) + kGuard};
+    const auto block = std::make_shared<Block>(bytes, "the volume");
+    return {block, block->data()};
 }
 
 VolumeSamples to_volume_samples(StoredSamples&& stored, const ReadOptions& options, const std::string& name,

@@ -13,6 +13,7 @@
 #include <itkNrrdImageIO.h>
 
 #include "toolkit/core/error.h"
+#include "toolkit/core/memory.h"
 #include "toolkit/io/output_file.h"
 
 namespace rzobl {
@@ -24,21 +25,34 @@ namespace {
 /// What the three formats store.
 struct Stored {
     Grid grid;
-    SampleKind kind;
-    bool isSigned;
+    itk::IOComponentEnum component;
+    /// 3 for colours, packed.
+    unsigned channels;
     Rescale rescale;
-    /// Contiguous; colours packed to three bytes.
-    std::vector<std::byte> samples;
+    /// Contiguous, in memory that pages as volumes do.
+    Block samples;
 };
 
-/// Appends count samples, colours without their fourth byte.
-void append(Stored& stored, const std::byte* samples, std::size_t count) {
-    if (stored.kind != SampleKind::Rgb) {
-        stored.samples.insert(stored.samples.end(), samples, samples + count * bytesPerSample(stored.kind));
-        return;
+itk::IOComponentEnum component_of(SampleKind kind, bool isSigned) {
+    if (kind == SampleKind::Int16) return itk::IOComponentEnum::SHORT;
+    return kind == SampleKind::UInt8 && isSigned ? itk::IOComponentEnum::CHAR : itk::IOComponentEnum::UCHAR;
+}
+
+Stored make_stored(const Grid& grid, SampleKind kind, bool isSigned, const Rescale& rescale) {
+    const bool colour = kind == SampleKind::Rgb;
+    std::size_t bytes = colour ? 3 : bytesPerSample(kind);
+    for (const int size : grid.size) bytes *= static_cast<std::size_t>(size);
+    return {grid, component_of(kind, isSigned), colour ? 3U : 1U, rescale, Block(bytes, "the file")};
+}
+
+/// Copies samples to where the file has them, colours without their fourth byte, and returns the end.
+std::byte* put(const Stored& stored, std::byte* to, const std::byte* samples, std::size_t bytes) {
+    if (stored.channels == 1) {
+        std::memcpy(to, samples, bytes);
+        return to + bytes;
     }
-    for (std::size_t i = 0; i < count; ++i, samples += 4)
-        stored.samples.insert(stored.samples.end(), samples, samples + 3);
+    for (std::size_t i = 0; i < bytes; i += 4, to += 3) std::memcpy(to, samples + i, 3);
+    return to;
 }
 
 /// Seventeen digits, which give the same double back.
@@ -55,7 +69,7 @@ void set_rescale_keys(itk::ImageIOBase& io, const Rescale& rescale, const char* 
 }
 
 itk::ImageIOBase::Pointer make_io(OutputFormat format, const Stored& stored) {
-    const bool rescaled = stored.kind != SampleKind::Rgb;
+    const bool rescaled = stored.channels == 1;
     if (format == OutputFormat::Nifti) {
         const auto io = itk::NiftiImageIO::New();
         if (rescaled) {
@@ -86,12 +100,9 @@ void describe(itk::ImageIOBase& io, const Stored& stored) {
         io.SetOrigin(axis, stored.grid.origin[axis]);
         io.SetDirection(axis, std::vector<double>(direction.begin(), direction.end()));
     }
-    const bool colour = stored.kind == SampleKind::Rgb;
-    io.SetPixelType(colour ? itk::IOPixelEnum::RGB : itk::IOPixelEnum::SCALAR);
-    io.SetNumberOfComponents(colour ? 3 : 1);
-    io.SetComponentType(stored.kind == SampleKind::Int16                      ? itk::IOComponentEnum::SHORT
-                        : stored.kind == SampleKind::UInt8 && stored.isSigned ? itk::IOComponentEnum::CHAR
-                                                                              : itk::IOComponentEnum::UCHAR);
+    io.SetPixelType(stored.channels == 3 ? itk::IOPixelEnum::RGB : itk::IOPixelEnum::SCALAR);
+    io.SetNumberOfComponents(stored.channels);
+    io.SetComponentType(stored.component);
     itk::ImageIORegion region(3);
     for (unsigned axis = 0; axis < 3; ++axis)
         region.SetSize(axis, static_cast<itk::ImageIORegion::SizeValueType>(stored.grid.size[axis]));
@@ -141,20 +152,24 @@ OutputFormat output_format(const fs::path& path) {
 
 void write_volume(const Volume& volume, const fs::path& path, bool overwrite) {
     OutputFile::check(path, overwrite);
-    Stored stored{volume.grid(), volume.kind(), volume.isSigned, volume.rescale, {}};
-    const auto count =
-        static_cast<std::size_t>(volume.grid().size[0]) * static_cast<std::size_t>(volume.grid().size[1]);
-    stored.samples.reserve(count * static_cast<std::size_t>(volume.grid().size[2]) *
-                           bytesPerSample(volume.kind()));
-    for (int k = 0; k < volume.grid().size[2]; ++k)
-        append(stored, static_cast<const std::byte*>(volume.raster(k)), count);
+    const Grid& grid = volume.grid();
+    const Stored stored = make_stored(grid, volume.kind(), volume.isSigned, volume.rescale);
+    const std::size_t bytes = static_cast<std::size_t>(grid.size[0]) *
+                              static_cast<std::size_t>(grid.size[1]) * bytesPerSample(volume.kind());
+    std::byte* end = stored.samples.data();
+    for (int k = 0; k < grid.size[2]; ++k)
+        end = put(stored, end, static_cast<const std::byte*>(volume.raster(k)), bytes);
     write(stored, path, overwrite);
 }
 
 void write_volume(const Image& image, const fs::path& path, bool overwrite) {
-    Stored stored{image.grid, image.kind, image.isSigned, image.rescale, {}};
-    append(stored, image.samples.data(), image.samples.size() / bytesPerSample(image.kind));
+    const Stored stored = make_stored(image.grid, image.kind, image.isSigned, image.rescale);
+    put(stored, stored.samples.data(), image.samples.data(), image.samples.size());
     write(stored, path, overwrite);
+}
+
+void write_volume(const FloatVolume& volume, const fs::path& path, bool overwrite) {
+    write({volume.grid, itk::IOComponentEnum::FLOAT, 1, {}, volume.block}, path, overwrite);
 }
 
 }  // namespace rzobl

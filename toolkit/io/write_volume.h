@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "toolkit/core/image.h"
+#include "toolkit/core/resample.h"
 #include "toolkit/core/volume.h"
 
 // Every writer leaves a whole file or none, replaces a file only if overwrite is true, and throws Error.
@@ -24,5 +25,7 @@ void write_png(const Image& image, const Window& window, const std::filesystem::
 void write_volume(const Volume& volume, const std::filesystem::path& path, bool overwrite);
 /// The same for a picture, as a volume of one slice.
 void write_volume(const Image& image, const std::filesystem::path& path, bool overwrite);
+/// Values of single precision, with no rescale.
+void write_volume(const FloatVolume& volume, const std::filesystem::path& path, bool overwrite);
 
 }  // namespace rzobl
