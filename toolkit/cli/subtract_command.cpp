@@ -91,7 +91,9 @@ void add_subtract(CLI::App& program) {
         "weights\n"
         "reaches 1/2; 8-bit samples blend by pairs; the bottom row blends with black; the last few columns "
         "of a\n"
-        "row, which no block holds, are exact. Without a fraction and with one slice a side both are alike.");
+        "row, which no block holds, come out unlike the rest. Without a fraction and with one slice a side "
+        "both\n"
+        "ways agree but there, where negative samples may differ by 1.");
     subtract.callback([arguments] { run(*arguments); });
 }
 
