@@ -11,9 +11,10 @@
 #include <vector>
 
 #include "tests/toolkit/decode_png.h"
+#include "tests/toolkit/names_in.h"
+#include "tests/toolkit/readers_support.h"
 #include "tests/toolkit/run_program.h"
 #include "tests/toolkit/slabs_fields.h"
-#include "tests/toolkit/temporary_folder.h"
 #include "toolkit/core/phantom.h"
 #include "toolkit/core/resample.h"
 #include "toolkit/core/restack.h"
@@ -277,7 +278,7 @@ TEST_P(SlabsCliRefuses, WithOneSentenceAndNoFile) {
                               : bad.input == std::string("colour") ? volumes().colour()
                                                                    : bad.input;
     EXPECT_THAT(refusal_of(run(bad.command, input, folder / bad.out, bad.arguments)), HasSubstr(bad.says));
-    EXPECT_THAT(folder.names(), IsEmpty());
+    EXPECT_THAT(names_in(folder), IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -434,7 +435,7 @@ TEST(SlabsCli, AnExistingFileStaysUnlessForced) {
         const Finished done = run(command, volumes().ct(), folder / "a.nrrd", forced);
         EXPECT_EQ(done.status, 0) << done.err;
         EXPECT_EQ(done.out + done.err, "");
-        EXPECT_THAT(folder.names(), ElementsAre("a.nrrd"));
+        EXPECT_THAT(names_in(folder), ElementsAre("a.nrrd"));
         EXPECT_GT(fs::file_size(folder / "a.nrrd"), 100U);
     }
 }
