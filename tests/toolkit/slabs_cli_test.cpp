@@ -278,7 +278,7 @@ TEST_P(SlabsCliRefuses, WithOneSentenceAndNoFile) {
                               : bad.input == std::string("colour") ? volumes().colour()
                                                                    : bad.input;
     EXPECT_THAT(refusal_of(run(bad.command, input, folder / bad.out, bad.arguments)), HasSubstr(bad.says));
-    EXPECT_THAT(names_in(folder), IsEmpty());
+    EXPECT_THAT(names_in(folder.path()), IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -435,7 +435,7 @@ TEST(SlabsCli, AnExistingFileStaysUnlessForced) {
         const Finished done = run(command, volumes().ct(), folder / "a.nrrd", forced);
         EXPECT_EQ(done.status, 0) << done.err;
         EXPECT_EQ(done.out + done.err, "");
-        EXPECT_THAT(names_in(folder), ElementsAre("a.nrrd"));
+        EXPECT_THAT(names_in(folder.path()), ElementsAre("a.nrrd"));
         EXPECT_GT(fs::file_size(folder / "a.nrrd"), 100U);
     }
 }
