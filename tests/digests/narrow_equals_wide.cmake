@@ -1,0 +1,13 @@
+# Compares the digests of the narrow and the wide kernels of PROGRAM.
+execute_process(COMMAND ${PROGRAM} narrow OUTPUT_VARIABLE narrow RESULT_VARIABLE narrow_result)
+if(NOT narrow_result EQUAL 0)
+    message(FATAL_ERROR "digests narrow ended with ${narrow_result}")
+endif()
+execute_process(COMMAND ${PROGRAM} wide OUTPUT_VARIABLE wide ERROR_VARIABLE words RESULT_VARIABLE wide_result)
+if(wide_result EQUAL 3)
+    message(STATUS "${words}")
+elseif(NOT wide_result EQUAL 0)
+    message(FATAL_ERROR "digests wide ended with ${wide_result}: ${words}")
+elseif(NOT narrow STREQUAL wide)
+    message(FATAL_ERROR "narrow:\n${narrow}\nwide:\n${wide}")
+endif()
