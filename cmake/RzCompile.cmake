@@ -46,7 +46,10 @@ function(rz_shared_library target exported define)
                                                 $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_compile_features(${target} PUBLIC cxx_std_17)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:rz_library>)
-    target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--version-script=${RZ_HIDE_STD})
+    target_link_options(${target} PRIVATE -Wl,--version-script=${RZ_HIDE_STD})
+    if(NOT RZ_SANITIZE) # a sanitizer's run-time stands in the program
+        target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    endif()
     set_target_properties(${target}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
                                                        VISIBILITY_INLINES_HIDDEN ON)
     target_compile_definitions(${target}_objects PRIVATE ${define})

@@ -36,10 +36,10 @@ cubic_segment hermite(const point3& from, const point3& to, const point3& leavin
 
 std::vector<cubic_segment> catmull_rom(const std::vector<point3>& knots, bool closed) {
     const std::size_t count = knots.size();
-    const std::size_t steps = closed ? count : count - 1;
     std::vector<cubic_segment> segments;
     if (count < 2) return segments;
 
+    const std::size_t steps = closed ? count : count - 1;
     std::vector<step> step_from;
     for (std::size_t i = 0; i < steps; ++i)
         step_from.push_back(step_between(knots[i], knots[(i + 1) % count]));
