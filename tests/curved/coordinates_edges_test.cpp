@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "rz_obl/RZ_OBLplanar/rz_obl_planar.h"
 #include "rz_obl/rz_oblique/rz_oblique.h"
 #include "tests/curved/log_lines.h"
 #include "tests/curved/simple_curve.h"
@@ -110,6 +111,20 @@ TEST(SplineTrans, OffsetsAreLimitedBySixteenBits) {
     r.imageBox = image_box(48, 16, -6.0, -2.0, 12.0, 4.0);
     // -33.99: lowest -33; -33.99 + 16: highest 0. b = (15 - 33 - 0) / 2 is negative: 0.
     EXPECT_EQ(prepare_trans(r).across, 33);
+}
+
+TEST(SplineTrans, StretchedMethodHasNoEffect) {
+    CurvedRequest r = simple_request();
+    r.imageBox = image_box(24, 24, -12.0, -12.0, 24.0, 24.0);
+    const Trans before = prepare_trans(r);
+    for (const int method : {1, 2, -3}) {
+        RZ_SetStretchedMethod(method);
+        const Trans after = prepare_trans(r);
+        EXPECT_EQ(after.along, before.along);
+        EXPECT_EQ(after.across, before.across);
+        EXPECT_EQ(after.points[7].x, before.points[7].x);
+    }
+    RZ_SetStretchedMethod(0);
 }
 
 // A column counts for at most M pixels from where it enters: its far end shows in 16 bits only.

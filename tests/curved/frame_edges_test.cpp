@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <thread>
+#include <vector>
 
 #include "tests/curved/simple_curve.h"
 
@@ -383,6 +385,31 @@ TEST(FrameRange, WholeRangeAndParts) {
     EXPECT_EQ(columns_of(0.5F, 0.5F), std::make_pair(-1, -1));
     // 12 x 0.05 - 1 = -0.4, cut to 0: the first column belongs to the least part
     EXPECT_EQ(columns_of(0.0F, 0.05F), std::make_pair(0, 0));
+}
+
+// Calls on one raster through disjoint ranges may run at once.
+TEST(FrameRange, PartsAtOnceFromSeveralThreads) {
+    CurvedRequest r = simple_request();
+    r.localFrames = true;
+    r.thickness = 1.7F;
+    r.imageBox = image_box(480, 64, -6.0, -0.8, 12.0, 1.6);
+    RZ_CurveProjectData data;
+    ASSERT_EQ(prepare(r, data), 1);
+    Branches unused;
+    ImageRaster<short> whole(r);
+    draw(r, data, whole.data(), 0.0F, 1.0F, draw_by_entry, unused);
+    ImageRaster<short> together(r);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            Branches none;
+            const float from = static_cast<float>(i) / 4.0F;
+            EXPECT_EQ(draw(r, data, together.data(), from, from + 0.25F, draw_by_entry, none).result, 1);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_FALSE(whole.block().untouched());
+    EXPECT_TRUE(whole == together);
 }
 
 TEST(FrameRange, EmptyRangeWritesNoBounds) {
