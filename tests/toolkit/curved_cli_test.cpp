@@ -141,6 +141,8 @@ TEST(CurvedCli, ThePlaneWithTheCurveDrawnIn) {
     const Finished run = curved(folder / "a.png", {"--plane", (folder / "plane.png").string()});
     ASSERT_EQ(run.status, 0) << run.err;
     const Decoded plane = decode_png(folder / "plane.png");
+    EXPECT_THAT(run.out, HasSubstr("plane.png: " + std::to_string(plane.width) + " x " +
+                                   std::to_string(plane.height) + " pixels of 4 mm, drawn in "));
     ASSERT_TRUE(plane.colour);
     int coloured = 0;
     for (int row = 0; row < plane.height; ++row)

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -66,6 +67,10 @@ void check_outputs(const CurvedArguments& arguments, bool window) {
     if (whole(arguments.plane) == whole(path)) throw Error("--plane and --output name the same file");
 }
 
+double pixel_of(const CurvedImage& curved) {
+    return curved.image.grid.spacing[curved.curveRunsDown ? 0 : 1];
+}
+
 CurvedImage draw(const Volume& volume, const CurvedRequest& request, const OutputArguments& output) {
     WKR_Task task;
     ProgressBar bar("drawing " + output.path, output.quiet);
@@ -73,15 +78,27 @@ CurvedImage draw(const Volume& volume, const CurvedRequest& request, const Outpu
     return draw_curved(volume, request, {&task, [&bar](double share) { bar.show(share); }});
 }
 
-/// The plane of the curve with the curve drawn in.
-void write_plane(const Volume& volume, const CurvedImage& curved, const std::optional<Window>& window,
-                 const CurvedArguments& arguments) {
+/// The plane of the curve with the curve drawn in, about as fine as the picture of the curve. Returns a line
+/// that says what was drawn.
+std::string write_plane(const Volume& volume, const CurvedImage& curved, const std::optional<Window>& window,
+                        const CurvedArguments& arguments) {
     std::vector<Vec3> points;
     for (const CurveLine& line : curved.lines) points.push_back(line.point);
     const Progress progress("drawing " + arguments.plane, arguments.output.quiet);
-    const Image plane = reformat(volume, plane_of_curve(volume, points));
+    PlaneRequest request = plane_of_curve(volume, points);
+    const Grid& grid = volume.grid();
+    const double extent = std::max(
+        {grid.spacing[0] * grid.size[0], grid.spacing[1] * grid.size[1], grid.spacing[2] * grid.size[2]});
+    request.spacing = std::max(pixel_of(curved), extent / 1024);
+    const Stopwatch watch;
+    const Image plane = reformat(volume, request);
     const Image marked = mark_curve(plane, window.value_or(auto_window(plane)), points);
+    const double drawn = watch.milliseconds();
     write_png(marked, {127.5, 255}, arguments.plane, arguments.output.force);
+    char line[80];
+    std::snprintf(line, sizeof line, ": %d x %d pixels of %s mm, drawn in %.2f ms", marked.width(),
+                  marked.height(), text(marked.grid.spacing[0]).c_str(), drawn);
+    return arguments.plane + line;
 }
 
 void run(const CurvedArguments& arguments) {
@@ -105,16 +122,18 @@ void run(const CurvedArguments& arguments) {
         else
             write_volume(image, arguments.output.path, arguments.output.force);
     }
-    if (!arguments.plane.empty()) write_plane(input.volume, curved, asked, arguments);
+    std::string plane;
+    if (!arguments.plane.empty()) plane = write_plane(input.volume, curved, asked, arguments);
     if (arguments.output.quiet) return;
     std::printf("%s: %d x %d pixels of %s mm, %s mm of curve from %s", arguments.output.path.c_str(),
-                image.width(), image.height(), text(image.grid.spacing[curved.curveRunsDown ? 0 : 1]).c_str(),
+                image.width(), image.height(), text(pixel_of(curved)).c_str(),
                 text(curved.curveLength).c_str(), curved.curveRunsDown ? "top to bottom" : "left to right");
     if (format == OutputFormat::Png)
         std::printf(", window %s,%s", text(shown.centre).c_str(), text(shown.width).c_str());
     else
         std::printf(", written flat at the origin, since a curved picture lies in no plane");
     std::printf(", drawn in %.2f ms\n", drawn);
+    if (!plane.empty()) std::printf("%s\n", plane.c_str());
 }
 
 }  // namespace
