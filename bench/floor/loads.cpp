@@ -1,6 +1,6 @@
 #include "bench/floor/loads.h"
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 #include <cstring>
 
@@ -97,42 +97,41 @@ std::uint64_t linear_loads_32(const LoadWalk& walk) {
     return linear_loads<std::uint64_t>(walk);
 }
 
-std::uint64_t linear_loads_16_blocked(const LoadWalk& walk) {
-    constexpr int kLanes = 8;
+__attribute__((target("avx2"))) std::uint64_t linear_loads_16_wide(const LoadWalk& walk) {
+    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    const __m256i sourceWidth = _mm256_set1_epi32(walk.sourceWidth);
+    const std::ptrdiff_t width = walk.sourceWidth * std::ptrdiff_t{2};
     std::uint32_t sum[4] = {0, 0, 0, 0};
-    const std::ptrdiff_t width = walk.sourceWidth;
     for (int row = 0; row < walk.rows; ++row) {
-        for (int column = 0; column < walk.columns; column += kLanes) {
-            std::int32_t x[kLanes];
-            std::int32_t y[kLanes];
-            std::int32_t z[kLanes];
-            for (int lane = 0; lane < kLanes; ++lane) {
-                const int c = column + lane < walk.columns ? column + lane : walk.columns - 1;
-                x[lane] =
-                    plus(plus(walk.first[0], times(walk.rowStep[0], row)), times(walk.columnStep[0], c));
-                y[lane] =
-                    plus(plus(walk.first[1], times(walk.rowStep[1], row)), times(walk.columnStep[1], c));
-                z[lane] =
-                    plus(plus(walk.first[2], times(walk.rowStep[2], row)), times(walk.columnStep[2], c));
+        for (int column = 0; column < walk.columns; column += 8) {
+            // the last columns once more rather than some beyond them
+            const int from = column + 8 <= walk.columns ? column : walk.columns - 8;
+            const __m256i columns = _mm256_add_epi32(_mm256_set1_epi32(from), lanes);
+            __m256i p[3];
+            for (int k = 0; k < 3; ++k) {
+                const __m256i start = _mm256_set1_epi32(plus(walk.first[k], times(walk.rowStep[k], row)));
+                p[k] = _mm256_add_epi32(start,
+                                        _mm256_mullo_epi32(columns, _mm256_set1_epi32(walk.columnStep[k])));
             }
             for (int plane = 0; plane < walk.planes; ++plane) {
-                std::int32_t offset[kLanes];
-                std::int32_t slice[kLanes];
-                for (int lane = 0; lane < kLanes; ++lane) {
-                    offset[lane] = (y[lane] >> 18) * walk.sourceWidth + (x[lane] >> 18);
-                    slice[lane] = z[lane] >> 18;
-                    x[lane] = plus(x[lane], walk.planeStep[0]);
-                    y[lane] = plus(y[lane], walk.planeStep[1]);
-                    z[lane] = plus(z[lane], walk.planeStep[2]);
-                }
-                for (int lane = 0; lane < kLanes; ++lane) {
+                alignas(32) std::int32_t offset[8];
+                alignas(32) std::int32_t slice[8];
+                const __m256i rows = _mm256_mullo_epi32(_mm256_srai_epi32(p[1], 18), sourceWidth);
+                _mm256_store_si256(reinterpret_cast<__m256i*>(offset),
+                                   _mm256_add_epi32(rows, _mm256_srai_epi32(p[0], 18)));
+                _mm256_store_si256(reinterpret_cast<__m256i*>(slice), _mm256_srai_epi32(p[2], 18));
+                for (int k = 0; k < 3; ++k)
+                    p[k] = _mm256_add_epi32(p[k], _mm256_set1_epi32(walk.planeStep[k]));
+                for (int lane = 0; lane < 8; ++lane) {
                     const auto* const* const at = walk.slices + slice[lane];
-                    const char* const p = static_cast<const char*>(at[0]) + 2 * std::ptrdiff_t{offset[lane]};
-                    const char* const q = static_cast<const char*>(at[1]) + 2 * std::ptrdiff_t{offset[lane]};
-                    sum[0] += load<std::uint32_t>(p);
-                    sum[1] += load<std::uint32_t>(p + 2 * width);
-                    sum[2] += load<std::uint32_t>(q);
-                    sum[3] += load<std::uint32_t>(q + 2 * width);
+                    const char* const low =
+                        static_cast<const char*>(at[0]) + 2 * std::ptrdiff_t{offset[lane]};
+                    const char* const high =
+                        static_cast<const char*>(at[1]) + 2 * std::ptrdiff_t{offset[lane]};
+                    sum[0] += load<std::uint32_t>(low);
+                    sum[1] += load<std::uint32_t>(low + width);
+                    sum[2] += load<std::uint32_t>(high);
+                    sum[3] += load<std::uint32_t>(high + width);
                 }
             }
         }

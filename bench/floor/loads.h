@@ -27,8 +27,9 @@ struct LoadWalk {
 std::uint64_t linear_loads_16(const LoadWalk& walk);
 std::uint64_t linear_loads_8(const LoadWalk& walk);
 std::uint64_t linear_loads_32(const LoadWalk& walk);
-/// The same loads of 16-bit samples with the addresses of eight columns made at once.
-std::uint64_t linear_loads_16_blocked(const LoadWalk& walk);
+/// The same loads of 16-bit samples with the addresses of eight columns made at once, plane by plane: more
+/// cache misses overlap. Needs AVX2 and eight columns.
+std::uint64_t linear_loads_16_wide(const LoadWalk& walk);
 /// Per cubic sample 16 loads of 8 bytes and an entry of 128 bytes from a table of 64 x 64 x 64 entries.
 std::uint64_t cubic_loads(const LoadWalk& walk, const short* table);
 /// The neighbourhoods alone: cubic polynomials instead of a table.

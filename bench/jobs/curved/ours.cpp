@@ -89,8 +89,9 @@ Contender curved_floor(Volume& volume, float halfThickness, RZ_OBL_RenditionType
     }
     Contender floor;
     floor.name = "floor";
-    floor.run = [walks](int) {
-        for (const LoadWalk& walk : *walks) keep(linear_loads_16(walk));
+    const bool wide = __builtin_cpu_supports("avx2") != 0;
+    floor.run = [walks, wide](int) {
+        for (const LoadWalk& walk : *walks) keep(wide ? linear_loads_16_wide(walk) : linear_loads_16(walk));
     };
     floor.refresh = [&volume] { volume.refreshRasters(); };
     return floor;

@@ -73,8 +73,10 @@ std::vector<Contender> planar_floors(Volume& volume, const PlanarRequest& reques
         const auto output = std::make_shared<std::vector<short>>(static_cast<std::size_t>(request.samples()));
         return {probe(volume, [walk, output] { return copy_plane_16(walk, output->data()); })};
     }
-    return {probe(volume, [walk] { return linear_loads_16(walk); }),
-            probe(volume, [walk] { return linear_loads_16_blocked(walk); })};
+    std::vector<Contender> floors = {probe(volume, [walk] { return linear_loads_16(walk); })};
+    if (__builtin_cpu_supports("avx2"))
+        floors.push_back(probe(volume, [walk] { return linear_loads_16_wide(walk); }));
+    return floors;
 }
 
 }  // namespace rz_bench

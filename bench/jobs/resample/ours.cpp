@@ -1,10 +1,13 @@
 #include <cmath>
+#include <cstring>
 #include <memory>
+#include <stdexcept>
 
 #include "bench/floor/loads.h"
 #include "bench/jobs/planar/planar.h"
 #include "bench/jobs/resample/resample.h"
 #include "rz_obl/rz_obl.h"
+#include "tests/reference/services/resample.h"
 
 namespace rz_bench {
 namespace {
@@ -32,20 +35,7 @@ RZ_Box box_of(const TurnedGrid& grid) {
                   RZ_BoxParams(start, sides[0], sides[1], sides[2]));
 }
 
-}  // namespace
-
-TurnedGrid::TurnedGrid(const Volume& source) : size{256, 256, 200}, spacing{1.85, 1.85, 1.6} {
-    const Orientation orientation = turned(5, 4);
-    directions = {orientation.u, orientation.v, orientation.normal()};
-    for (std::size_t k = 0; k < 3; ++k) {
-        origin[k] = 0.5 * (source.size[k] - 1) * source.spacing[k];
-        for (std::size_t axis = 0; axis < 3; ++axis)
-            origin[k] -= 0.5 * (size[axis] - 1) * spacing[axis] * directions[axis][k];
-    }
-}
-
-Contender resample_ours(Volume& volume) {
-    const TurnedGrid grid(volume);
+std::shared_ptr<State> make_state(const Volume& volume, const TurnedGrid& grid) {
     const auto state = std::make_shared<State>();
     for (int z = 0; z < volume.size[2]; ++z)
         state->sourceRasters.push_back(static_cast<short*>(volume.rasters()[z]));
@@ -59,7 +49,23 @@ Contender resample_ours(Volume& volume) {
         state->records[buffer].rasters = state->rasters[buffer].data();
     }
     state->box = box_of(grid);
+    return state;
+}
 
+}  // namespace
+
+TurnedGrid::TurnedGrid(const Volume& source) : size{256, 256, 200}, spacing{1.85, 1.85, 1.6} {
+    const Orientation orientation = turned(5, 4);
+    directions = {orientation.u, orientation.v, orientation.normal()};
+    for (std::size_t k = 0; k < 3; ++k) {
+        origin[k] = 0.5 * (source.size[k] - 1) * source.spacing[k];
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            origin[k] -= 0.5 * (size[axis] - 1) * spacing[axis] * directions[axis][k];
+    }
+}
+
+Contender resample_ours(Volume& volume) {
+    const auto state = make_state(volume, TurnedGrid(volume));
     Contender ours;
     ours.name = "ours";
     ours.run = [&volume, state](int buffer) {
@@ -70,6 +76,18 @@ Contender resample_ours(Volume& volume) {
     ours.picture = [state](int buffer) { return state->voxels[buffer]; };
     ours.refresh = [&volume] { volume.refreshRasters(); };
     return ours;
+}
+
+std::string resample_reference(Volume& volume, const Picture& ours) {
+    const auto state = make_state(volume, TurnedGrid(volume));
+    const RZ_TVolume<short> source(volume.box(), &state->sourceRecord);
+    const RZ_TVolume<float> destination(state->box, &state->records[0]);
+    rz_test::Branches branches;
+    rz_reference::resample(source, destination, std::nanf(""), branches);
+    const Picture& want = state->voxels[0];
+    if (std::memcmp(want.data(), ours.data(), want.size() * sizeof(float)) != 0)
+        throw std::runtime_error("our volume differs from the plain form's");
+    return "equal to the plain form";
 }
 
 Contender resample_floor(Volume& volume) {
@@ -94,8 +112,9 @@ Contender resample_floor(Volume& volume) {
     }
     Contender floor;
     floor.name = "floor";
-    floor.run = [walks](int) {
-        for (const LoadWalk& walk : *walks) keep(linear_loads_16(walk));
+    const bool wide = __builtin_cpu_supports("avx2") != 0;
+    floor.run = [walks, wide](int) {
+        for (const LoadWalk& walk : *walks) keep(wide ? linear_loads_16_wide(walk) : linear_loads_16(walk));
     };
     floor.refresh = [&volume] { volume.refreshRasters(); };
     return floor;
@@ -109,6 +128,7 @@ std::vector<Case> resample_cases(Volume& volume) {
     c.work = "256 x 256 x 200";
     c.samples = 256.0 * 256 * 200;
     c.tolerance = {0.5, 0.01, 0.0};
+    c.reference = [&volume](const Picture& ours) { return resample_reference(volume, ours); };
     c.contenders.push_back([&volume] { return resample_ours(volume); });
 #ifdef RZ_BENCH_PEERS
     c.contenders.push_back([&volume] { return resample_vtk(volume); });

@@ -23,7 +23,6 @@ struct TurnedGrid {
 std::vector<Case> resample_cases(Volume& volume);
 
 Contender resample_ours(Volume& volume);
-/// Compares every 16th slice with the plain form.
 std::string resample_reference(Volume& volume, const Picture& ours);
 Contender resample_vtk(Volume& volume);
 Contender resample_itk(Volume& volume);

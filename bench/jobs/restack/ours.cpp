@@ -1,12 +1,39 @@
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 
 #include "bench/floor/loads.h"
 #include "bench/jobs/restack/restack.h"
 #include "rz_obl/rz_obl.h"
+#include "tests/reference/services/oblique_voldata.h"
 
 namespace rz_bench {
+
+namespace {
+
+std::unique_ptr<RZ_VolData> source_of(const Volume& volume) {
+    RZ_Box box = volume.box();
+    auto source = std::make_unique<RZ_VolData>(&box, 0);
+    for (int z = 0; z < volume.size[2]; ++z) {
+        const PixelDataAttributes attributes{volume.size[0], volume.size[1], 16, 1};
+        source->SetSlice(new RZ_ShortSlice(static_cast<short*>(volume.rasters()[z]), attributes), z);
+    }
+    return source;
+}
+
+// Appends a slice. The outermost samples of a computed one have no neighbour and stay nought; shared ones are
+// no work.
+void append(Picture& picture, const Volume& volume, const short* sample, bool computed) {
+    for (int y = 0; y < volume.size[1]; ++y) {
+        for (int x = 0; x < volume.size[0]; ++x, ++sample) {
+            const bool rim = x == 0 || y == 0 || x == volume.size[0] - 1 || y == volume.size[1] - 1;
+            picture.push_back(rim || !computed ? std::nanf("") : static_cast<float>(*sample));
+        }
+    }
+}
+
+}  // namespace
 
 Contender restack_ours(Volume& volume) {
     struct State {
@@ -14,12 +41,7 @@ Contender restack_ours(Volume& volume) {
         std::unique_ptr<RZ_VolData> made[2];
     };
     const auto state = std::make_shared<State>();
-    RZ_Box box = volume.box();
-    state->source = std::make_unique<RZ_VolData>(&box, 0);
-    for (int z = 0; z < volume.size[2]; ++z) {
-        const PixelDataAttributes attributes{volume.size[0], volume.size[1], 16, 1};
-        state->source->SetSlice(new RZ_ShortSlice(static_cast<short*>(volume.rasters()[z]), attributes), z);
-    }
+    state->source = source_of(volume);
     Contender ours;
     ours.name = "ours";
     ours.run = [state](int buffer) {
@@ -33,14 +55,7 @@ Contender restack_ours(Volume& volume) {
         Picture picture;
         for (unsigned z = 0; z < kMade; ++z) {
             RZ_Slice* const slice = made.GetSlice(z);
-            const auto* sample = static_cast<const short*>(slice->MappedRaster());
-            for (int y = 0; y < volume.size[1]; ++y) {
-                for (int x = 0; x < volume.size[0]; ++x, ++sample) {
-                    // the outermost samples of a computed slice have no neighbour and stay nought
-                    const bool rim = x == 0 || y == 0 || x == volume.size[0] - 1 || y == volume.size[1] - 1;
-                    picture.push_back(rim || !slice->computed ? std::nanf("") : static_cast<float>(*sample));
-                }
-            }
+            append(picture, volume, static_cast<const short*>(slice->MappedRaster()), slice->computed);
         }
         return picture;
     };
@@ -48,17 +63,39 @@ Contender restack_ours(Volume& volume) {
     return ours;
 }
 
+std::string restack_reference(const Volume& volume, const Picture& ours) {
+    const auto made =
+        rz_reference::calc_oblique_voldata(*source_of(volume), kFirstSlice, kLastSlice, kSpacing, short{0});
+    Picture want;
+    const std::vector<short> shared(volume.sliceSamples());
+    for (const auto& slice : made.slices) {
+        const bool computed = slice.sharedFrom < 0;
+        append(want, volume, computed ? slice.raster.data() : shared.data(), computed);
+    }
+    if (want.size() != ours.size() || std::memcmp(want.data(), ours.data(), want.size() * sizeof(float)) != 0)
+        throw std::runtime_error("our slices differ from the plain form's");
+    return "equal to the plain form over the same planes";
+}
+
 Contender restack_floor(Volume& volume) {
+    const auto walks = std::make_shared<std::vector<LoadWalk>>();
+    for (int i = 0; i < kMade; ++i) {
+        if (!is_computed(i)) continue;
+        LoadWalk walk{};
+        walk.rows = volume.size[1] - 1;
+        walk.columns = volume.size[0] - 1;
+        walk.planes = 1;
+        walk.first[2] = static_cast<std::int32_t>(std::lround(restacked_index(i) * 262144.0));
+        walk.columnStep[0] = walk.rowStep[1] = 262144;
+        walk.slices = volume.rasters();
+        walk.sourceWidth = volume.size[0];
+        walks->push_back(walk);
+    }
     Contender floor;
     floor.name = "floor";
-    const std::size_t bytes = volume.sliceSamples() * 2;
-    floor.run = [&volume, bytes](int) {
-        // in-plane positions lie on the grid: two slices for each
-        for (int i = 0; i < kMade; ++i) {
-            if (!is_computed(i)) continue;
-            const auto z = static_cast<std::ptrdiff_t>(std::floor(restacked_index(i)));
-            keep(stream_rows(volume.rasters() + z, 2, 0, bytes, 1, bytes));
-        }
+    const bool wide = __builtin_cpu_supports("avx2") != 0;
+    floor.run = [walks, wide](int) {
+        for (const LoadWalk& walk : *walks) keep(wide ? linear_loads_16_wide(walk) : linear_loads_16(walk));
     };
     floor.refresh = [&volume] { volume.refreshRasters(); };
     return floor;
@@ -73,6 +110,7 @@ std::vector<Case> restack_cases(Volume& volume) {
     c.samples = static_cast<double>(volume.sliceSamples()) * kComputed;
     c.tolerance = {5.0, 4.0, 0.0};
     c.coverage = 0.975;
+    c.reference = [&volume](const Picture& ours) { return restack_reference(volume, ours); };
     c.contenders.push_back([&volume] { return restack_ours(volume); });
 #ifdef RZ_BENCH_PEERS
     c.contenders.push_back([&volume] { return restack_vtk(volume); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "bench/harness/bench_case.h"
@@ -21,6 +22,7 @@ inline bool is_computed(int i) {
 
 std::vector<Case> restack_cases(Volume& volume);
 Contender restack_ours(Volume& volume);
+std::string restack_reference(const Volume& volume, const Picture& ours);
 Contender restack_vtk(Volume& volume);
 Contender restack_floor(Volume& volume);
 
