@@ -65,6 +65,10 @@ class SourceRaster {
 /// this sign and depth. Neighbours differ wherever they are random.
 template <class T>
 void fill_nasty(Random& random, T* samples, std::size_t count, bool isSigned, int bitDepth) {
+    if (random.on_tape()) {  // one choice for the content, not one per sample
+        Random content(random.bits());
+        return fill_nasty(content, samples, count, isSigned, bitDepth);
+    }
     const int least = isSigned ? -(1 << (bitDepth - 1)) : 0;
     const int greatest = isSigned ? (1 << (bitDepth - 1)) - 1 : (1 << bitDepth) - 1;
     std::size_t i = 0;
@@ -85,6 +89,10 @@ void fill_nasty(Random& random, T* samples, std::size_t count, bool isSigned, in
 
 /// 32-bit pixels: each byte least, greatest or random; the top byte, which nothing may show, is noise.
 inline void fill_nasty_pixels(Random& random, std::uint32_t* pixels, std::size_t count) {
+    if (random.on_tape()) {
+        Random content(random.bits());
+        return fill_nasty_pixels(content, pixels, count);
+    }
     for (std::size_t i = 0; i < count; ++i) {
         pixels[i] = static_cast<std::uint32_t>(random.bits());
         if (random.once_in(3)) pixels[i] &= static_cast<std::uint32_t>(random.bits() | 0xff00ff00U);
