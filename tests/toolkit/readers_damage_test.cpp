@@ -104,7 +104,8 @@ Bytes nrrd(const std::string& encoding, const Bytes& samples) {
 Bytes metaimage(bool compressed, const Bytes& samples) {
     return with_header(
         std::string("ObjectType = Image\nNDims = 3\nBinaryData = True\n") +
-            "BinaryDataByteOrderMSB = False\nCompressedData = " + (compressed ? "True" : "False") +
+            "BinaryDataByteOrderMSB = False\nCompressedData = " +
+            (compressed ? "True\nCompressedDataSize = " + std::to_string(samples.size()) : "False") +
             "\nTransformMatrix = 1 0 0 0 1 0 0 0 1\nOffset = 10 20 30\nCenterOfRotation = 0 0 0\n"
             "AnatomicalOrientation = RAI\nElementSpacing = 0.5 0.75 2\nDimSize = 8 7 5\n"
             "ElementType = MET_SHORT\nElementDataFile = LOCAL\n",

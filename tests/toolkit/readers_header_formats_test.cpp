@@ -4,6 +4,7 @@
 
 #include <array>
 #include <filesystem>
+#include <limits>
 #include <numeric>
 
 #include "readers_support.h"
@@ -121,6 +122,39 @@ TEST(ReadNrrd, Colours) {
     }
 }
 
+TEST(ReadNrrd, ShearedSlicesAreRefusedOrRegridded) {
+    const TemporaryFolder folder;
+    // Each slice 0.6 mm further to the front.
+    const std::string header =
+        replaced(kNrrd, "(0,0.5,0) (0,0,-0.75) (-2,0,0)", "(0.5,0,0) (0,0.75,0) (0,-0.6,2)");
+    write_bytes(folder / "a.nrrd", joined(header + "\n", bytes_of_values(rising())));
+    expect_refused(folder / "a.nrrd", {}, {"tilted", "16.7 degrees"});
+    const Volume volume = read_volume(folder / "a.nrrd", {true, {}, {}}).volume;
+    EXPECT_EQ(volume.grid().spacing, (Vec3{0.5, 0.75, 2}));
+    EXPECT_EQ(volume.grid().size, (std::array<int, 3>{4, 4, 2}));
+}
+
+TEST(ReadNrrd, FloatsThatAreNoNumberStay) {
+    const TemporaryFolder folder;
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::string header =
+        replaced(replaced(kNrrd, "type: short", "type: float"), "sizes: 4 3 2", "sizes: 2 1 1");
+    write_bytes(folder / "a.nrrd", joined(header + "\n", bytes_of_values(std::vector<float>{nan, nan})));
+    expect_refused(folder / "a.nrrd", {}, {"no number"});
+    write_bytes(folder / "a.nrrd", joined(header + "\n", bytes_of_values(std::vector<float>{nan, 1})));
+    const ReadResult result = read_volume(folder / "a.nrrd", {false, {}, {{-1, 1}}});
+    EXPECT_TRUE(warned(result, "1 sample outside -1 to 1"));
+    EXPECT_EQ(stored(result.volume, 0, 0, 0), -32768);
+    EXPECT_EQ(stored(result.volume, 1, 0, 0), 32767);
+}
+
+TEST(ReadNrrd, PackedSamplesWithoutTheMarkOfGzipAreRefused) {
+    const TemporaryFolder folder;
+    write_bytes(folder / "a.nrrd",
+                joined(replaced(kNrrd, "raw", "gzip") + "\n", deflated(bytes_of_values(rising()))));
+    expect_refused(folder / "a.nrrd", {}, {"a.nrrd", "do not begin as gzip"});
+}
+
 TEST(ReadNrrd, WrongHeadersAreRefused) {
     const TemporaryFolder folder;
     const auto refused = [&](const std::string& from, const std::string& to,
@@ -161,6 +195,12 @@ const std::string kMeta =
     "TransformMatrix = 0 1 0 0 0 -1 -1 0 0\nOffset = 10 20 30\nCenterOfRotation = 0 0 0\n"
     "ElementSpacing = 0.5 0.75 2\nDimSize = 4 3 2\nElementType = MET_SHORT\n";
 
+/// kMeta for compressed samples.
+std::string packed_meta(std::size_t length) {
+    return replaced(kMeta, "CompressedData = False",
+                    "CompressedData = True\nCompressedDataSize = " + std::to_string(length));
+}
+
 TEST(ReadMetaImage, LocalAndDetached) {
     const TemporaryFolder folder;
     const Bytes samples = bytes_of_values(rising());
@@ -184,17 +224,53 @@ TEST(ReadMetaImage, LocalAndDetached) {
 TEST(ReadMetaImage, CompressedAndBigEndian) {
     const TemporaryFolder folder;
     const Bytes samples = bytes_of_values(rising()), packed = deflated(samples);
-    const std::string header =
-        replaced(kMeta, "CompressedData = False",
-                 "CompressedData = True\nCompressedDataSize = " + std::to_string(packed.size()));
+    const std::string header = packed_meta(packed.size());
     write_bytes(folder / "z.mha", joined(header + "ElementDataFile = LOCAL\n", packed));
     expect_rising(read_volume(folder / "z.mha").volume);
+    write_bytes(folder / "z.zraw", packed);
+    write_text(folder / "z.mhd", header + "ElementDataFile = z.zraw\n");
+    expect_rising(read_volume(folder / "z.mhd").volume);
     Bytes swapped = samples;
     for (std::size_t i = 0; i < swapped.size(); i += 2) std::swap(swapped[i], swapped[i + 1]);
     write_bytes(folder / "b.mha",
                 joined(replaced(kMeta, "OrderMSB = False", "OrderMSB = True") + "ElementDataFile = LOCAL\n",
                        swapped));
     expect_rising(read_volume(folder / "b.mha").volume);
+}
+
+TEST(ReadMetaImage, FieldsThatNobodyKnowsDoNoHarm) {
+    const TemporaryFolder folder;
+    const Bytes samples = bytes_of_values(rising()), packed = deflated(samples);
+    const std::string author = "Author = nobody\n";
+    write_bytes(folder / "a.mha", joined(author + kMeta + "ElementDataFile = LOCAL\n", samples));
+    expect_rising(read_volume(folder / "a.mha").volume);
+    write_bytes(folder / "a.mha",
+                joined(author + packed_meta(packed.size()) + "ElementDataFile = LOCAL\n", packed));
+    expect_rising(read_volume(folder / "a.mha").volume);
+}
+
+TEST(ReadMetaImage, PackedLengthsThatDoNotFitAreRefused) {
+    const TemporaryFolder folder;
+    const Bytes samples = bytes_of_values(rising()), packed = deflated(samples);
+    const auto refused = [&](const std::string& header, const Bytes& bytes,
+                             std::initializer_list<const char*> parts) {
+        write_bytes(folder / "z.mha", joined(header + "ElementDataFile = LOCAL\n", bytes));
+        expect_refused(folder / "z.mha", {}, parts);
+    };
+    refused(replaced(kMeta, "CompressedData = False", "CompressedData = True"), packed,
+            {"z.mha", "without their length"});
+    refused(packed_meta(999999999999), packed, {"promises 999999999999 bytes of compressed"});
+    refused(packed_meta(packed.size() - 1), packed, {"z.mha", "damaged"});
+    // Two streams in a row, each with half of the samples: the second would not be unpacked.
+    const auto middle = samples.begin() + 24;
+    Bytes halves = gzipped(Bytes(samples.begin(), middle));
+    const Bytes second = gzipped(Bytes(middle, samples.end()));
+    halves.insert(halves.end(), second.begin(), second.end());
+    refused(packed_meta(halves.size()), halves, {"promises 48 bytes", "holds 24"});
+    Bytes more = samples;
+    more.push_back(1);
+    more = deflated(more);
+    refused(packed_meta(more.size()), more, {"hold more than the 48 bytes"});
 }
 
 TEST(ReadMetaImage, RescaleLeavesSamplesAsStored) {
@@ -247,7 +323,7 @@ TEST(ReadMetaImage, WrongHeadersAreRefused) {
 TEST(ReadMetaImage, CutFilesAreRefused) {
     const TemporaryFolder folder;
     const Bytes samples = bytes_of_values(rising()), packed = deflated(samples);
-    const std::string header = replaced(kMeta, "CompressedData = False", "CompressedData = True");
+    const std::string header = packed_meta(packed.size());
     for (const Bytes& whole : {joined(kMeta + "ElementDataFile = LOCAL\n", samples),
                                joined(header + "ElementDataFile = LOCAL\n", packed)}) {
         for (std::size_t length = 0; length < whole.size(); ++length) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -126,6 +127,7 @@ TEST(ReadNifti, UnitsCount) {
     for (auto& row : file.srow) {
         for (float& entry : row) entry *= 1000;
     }
+    for (std::size_t axis = 1; axis < 4; ++axis) file.pixdim[axis] *= 1000;
     EXPECT_NEAR(read(file).volume.grid().spacing[2], 2, 1e-6);
 }
 
@@ -210,15 +212,25 @@ TEST(ReadNifti, OtherHeadersAreRefused) {
     file = plain();
     file.srow[0][3] = std::numeric_limits<float>::infinity();
     refused(file, {"not a number"});
+    file = plain();
+    file.srow[0][1] = 1e-40F;
+    refused(file, {"too small"});
 }
 
-TEST(ReadNifti, ShearedSlicesAreRefusedOrRegridded) {
+TEST(ReadNifti, ShearedSlicesAreRefused) {
     NiftiFile file = plain();
     file.srow[1][2] = 0.6F;  // each slice 0.6 mm further to the front
     const TemporaryFolder folder;
     write_bytes(folder / "a.nii", file.bytes());
     expect_refused(folder / "a.nii", {}, {"tilted", "16.7 degrees"});
-    const Volume volume = read_volume(folder / "a.nii", {true, {}, {}}).volume;
+    expect_refused(folder / "a.nii", {true, {}, {}}, {"a.nii", "ITK", "orthonormal direction cosines"});
+    // With a qform beside it ITK takes the samples, and their places are ours to tell.
+    file.qformCode = 1;
+    file.quaternion = {0, 0, 0, -10, -20, 30};
+    write_bytes(folder / "a.nii", file.bytes());
+    const ReadResult result = read_volume(folder / "a.nii", {true, {}, {}});
+    EXPECT_TRUE(warned(result, "differ by up to 0.6 mm"));
+    const Volume& volume = result.volume;
     EXPECT_EQ(volume.grid().size, (std::array<int, 3>{4, 4, 2}));
     expect_point(volume, {0, 0, 1}, {10, 20, 32});
     // 0.6 mm of 0.75: row 1 of the second plane lies 0.2 of a row after its row 0.
@@ -270,12 +282,12 @@ TEST(ReadSampleTypes, ThirtyTwoBitIntegersThatFit) {
 }
 
 TEST(ReadSampleTypes, FloatsOnlyWithARange) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    NiftiFile file = of_type<float>(16, {-2.5F, 0, 1.25F, 7.5F, 9, nan});
+    NiftiFile file = of_type<float>(16, {-2.5F, 0, 1.25F, 7.5F, 9, -3});
     const TemporaryFolder folder;
     write_bytes(folder / "a.nii", file.bytes());
-    expect_refused(folder / "a.nii", {}, {"32-bit float", "-2.5 to 9", "--float-range"});
+    expect_refused(folder / "a.nii", {}, {"32-bit float", "-3 to 9", "--float-range"});
     const ReadResult result = read(file, {false, {}, {{-2.5, 7.5}}});
+    EXPECT_EQ(result.warnings.size(), 1U);
     EXPECT_TRUE(warned(result, "2 samples outside -2.5 to 7.5"));
     const Volume& volume = result.volume;
     const double step = 10.0 / 65535;
@@ -285,9 +297,37 @@ TEST(ReadSampleTypes, FloatsOnlyWithARange) {
     EXPECT_EQ(stored(volume, 0, 0, 0), -32768);
     EXPECT_EQ(stored(volume, 3, 0, 0), 32767);
     expect_refused(folder / "a.nii", {false, {}, {{3, 3}}}, {"3 to 3"});
-    write_bytes(folder / "a.nii", of_type<float>(16, {nan, nan}).bytes());
-    expect_refused(folder / "a.nii", {}, {"no number"});
     EXPECT_EQ(stored(read(of_type<double>(64, {0.0, 1.0}), {false, {}, {{0, 1}}}).volume, 1, 0, 0), 32767);
+}
+
+TEST(ReadSampleTypes, NiftiSamplesThatAreNoNumberAreReadAsZeroAndTold) {
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    std::vector<float> values(70000, 0.5F);  // longer than the pieces in which a file is looked through
+    values[0] = nan;
+    values[40000] = inf;
+    values[69999] = -inf;
+    NiftiFile file = of_type<float>(16, values);
+    file.dim = {700, 100, 1};
+    const rzobl::ReadOptions options{false, {}, {{-1, 1}}};
+    const auto expect_zeroes = [&](const ReadResult& result) {
+        EXPECT_TRUE(warned(result, "3 of its samples are NaN or infinite and are read as 0"));
+        for (const int i : {0, 40000, 69999}) {
+            const Volume& volume = result.volume;
+            EXPECT_NEAR(stored(volume, i % 700, i / 700, 0) * volume.rescale.slope + volume.rescale.intercept,
+                        0, 2.0 / 65535);
+        }
+    };
+    expect_zeroes(read(file, options));
+    const TemporaryFolder folder;
+    write_bytes(folder / "a.nii.gz", gzipped(file.bytes()));
+    expect_zeroes(read_volume(folder / "a.nii.gz", options));
+    file.bigEndian = true;
+    for (std::size_t i = 0; i < file.samples.size(); i += 4)
+        std::reverse(file.samples.begin() + static_cast<std::ptrdiff_t>(i),
+                     file.samples.begin() + static_cast<std::ptrdiff_t>(i + 4));
+    expect_zeroes(read(file, options));
+    NiftiFile wide = of_type<double>(64, {0.0, std::numeric_limits<double>::quiet_NaN(), 1.0});
+    EXPECT_TRUE(warned(read(wide, options), "1 of its samples"));
 }
 
 TEST(ReadSampleTypes, Colours) {

@@ -37,27 +37,30 @@ std::vector<std::uint8_t> first_bytes(const fs::path& file, std::size_t count) {
     return bytes;
 }
 
-Unpacked unpack(const fs::path& file, std::uint64_t offset, std::uint64_t skip, std::uint64_t limit,
-                std::byte* out) {
+Unpacked unpack(const PackedRange& range, std::uint64_t limit,
+                const std::function<void(const std::byte*, std::size_t)>& take) {
     Unpacked result;
-    std::ifstream stream(file, std::ios::binary);
-    stream.seekg(static_cast<std::streamoff>(offset));
+    std::ifstream stream(range.file, std::ios::binary);
+    stream.seekg(static_cast<std::streamoff>(range.offset));
 
     z_stream z{};
     if (inflateInit2(&z, 15 + 32) != Z_OK) throw std::bad_alloc();  // 32: gzip or zlib, by its first bytes
     const std::unique_ptr<z_stream, int (*)(z_stream*)> guard(&z, inflateEnd);
 
     std::vector<std::uint8_t> in(1U << 16), made(1U << 17);
+    std::uint64_t left = range.length, skip = range.skip;
     bool ended = false;  // at the end of a member
     while (result.length < limit) {
         if (z.avail_in == 0) {
-            stream.read(reinterpret_cast<char*>(in.data()), static_cast<std::streamsize>(in.size()));
+            stream.read(reinterpret_cast<char*>(in.data()),
+                        static_cast<std::streamsize>(std::min<std::uint64_t>(in.size(), left)));
             z.next_in = in.data();
             z.avail_in = static_cast<uInt>(std::max<std::streamsize>(stream.gcount(), 0));
+            left -= z.avail_in;
             if (z.avail_in == 0) break;
         }
         if (ended) {
-            if (*z.next_in != 0x1f) break;  // what follows is no further member
+            if (!range.members || *z.next_in != 0x1f) break;  // what follows is no further member
             inflateReset(&z);
             ended = false;
         }
@@ -66,7 +69,7 @@ Unpacked unpack(const fs::path& file, std::uint64_t offset, std::uint64_t skip, 
         const int state = inflate(&z, Z_NO_FLUSH);
         const std::uint64_t fresh = made.size() - z.avail_out, dropped = std::min(skip, fresh);
         const std::uint64_t count = std::min(fresh - dropped, limit - result.length);
-        if (out) std::memcpy(out + result.length, made.data() + dropped, count);
+        if (take) take(reinterpret_cast<const std::byte*>(made.data()) + dropped, count);
         result.length += count;
         skip -= dropped;
         ended = state == Z_STREAM_END;

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <limits>
 #include <vector>
 
 namespace rzobl {
@@ -13,7 +15,19 @@ std::uint64_t readable_size(const std::filesystem::path& file);
 /// At most `count` first bytes of a file.
 std::vector<std::uint8_t> first_bytes(const std::filesystem::path& file, std::size_t count);
 
-/// How far a gzip or zlib stream could be unpacked.
+/// A gzip or zlib stream within a file.
+struct PackedRange {
+    std::filesystem::path file;
+    std::uint64_t offset = 0;
+    /// Packed bytes that belong to it; what lies behind them is left alone.
+    std::uint64_t length = std::numeric_limits<std::uint64_t>::max();
+    /// Unpacked bytes that come before those that are asked for.
+    std::uint64_t skip = 0;
+    /// Whether several gzip members in a row count as one.
+    bool members = true;
+};
+
+/// How far a stream could be unpacked.
 struct Unpacked {
     /// Bytes that came out, up to the limit.
     std::uint64_t length = 0;
@@ -21,10 +35,8 @@ struct Unpacked {
     bool whole = false;
 };
 
-/// Unpacks a stream (several gzip members in a row count as one) that starts at `offset` of a file. Of what
-/// comes out the first `skip` bytes are dropped and at most `limit` more counted, and kept in `out` unless
-/// that is null.
-Unpacked unpack(const std::filesystem::path& file, std::uint64_t offset, std::uint64_t skip,
-                std::uint64_t limit, std::byte* out);
+/// Unpacks at most `limit` bytes, handed to `take` (if any) piece by piece.
+Unpacked unpack(const PackedRange& range, std::uint64_t limit,
+                const std::function<void(const std::byte*, std::size_t)>& take = nullptr);
 
 }  // namespace rzobl

@@ -1,6 +1,7 @@
 #include "toolkit/io/read_metaimage.h"
 
 #include "toolkit/io/read_affine.h"
+#include "toolkit/io/read_itk.h"
 #include "toolkit/io/read_metaimage_header.h"
 #include "toolkit/io/read_regrid.h"
 
@@ -13,7 +14,7 @@ ReadResult read_metaimage(const std::filesystem::path& file, const ReadOptions& 
     const Stack stack = stack_of(header.image.size, header.axes, header.origin, name);
     require_even(measure(stack, name), options, name);
 
-    StoredSamples samples = load_samples(header.source, header.image);
+    StoredSamples samples = read_with_itk(ItkFormat::MetaImage, file, header.image);
     samples.rescale = header.rescale;
     result.volume = make_volume(stack, std::move(samples), options, name, result.warnings);
     result.format = "MetaImage";

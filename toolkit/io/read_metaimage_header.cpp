@@ -150,14 +150,25 @@ void take_source(MetaImageHeader& header, const Keys& keys, const fs::path& file
         refuse("%s: a HeaderSize of %lld is not supported here", name.c_str(), skip);
     if (stated.empty() || lower_case(stated).rfind("list", 0) == 0 || stated.find('%') != std::string::npos)
         refuse("%s: its samples lie in several files or in none, which is not supported", name.c_str());
-    header.source.file = local ? file : file.parent_path() / stated;
-    if (!local) require_data_file(file, header.source.file);
-    header.source.offset = local ? keys.end : static_cast<std::uint64_t>(std::max(skip, 0LL));
+    header.source.range.file = local ? file : file.parent_path() / stated;
+    if (!local) require_data_file(file, header.source.range.file);
+    header.source.range.offset = local ? keys.end : static_cast<std::uint64_t>(std::max(skip, 0LL));
+    const std::uint64_t size = readable_size(header.source.range.file);
     // -1: the samples are the last bytes of the file.
-    if (skip == -1) {
-        const std::uint64_t size = readable_size(header.source.file);
-        header.source.offset = size - std::min(size, header.image.bytes());
-    }
+    if (skip == -1) header.source.range.offset = size - std::min(size, header.image.bytes());
+
+    if (!header.source.compressed) return;
+    // ITK unpacks as many bytes as are stated, none if nothing is, and only the first of several streams.
+    header.source.range.members = false;
+    const long long packed = integer(keys, "CompressedDataSize", 0, name);
+    const std::uint64_t held = size - std::min(size, header.source.range.offset);
+    if (packed < 1)
+        refuse("%s: its compressed samples cannot be read without their length (CompressedDataSize)",
+               name.c_str());
+    header.source.range.length = static_cast<std::uint64_t>(packed);
+    if (header.source.range.length > held)
+        refuse("%s is cut short: its header promises %lld bytes of compressed samples and it holds %llu",
+               header.source.range.file.c_str(), packed, static_cast<unsigned long long>(held));
 }
 
 }  // namespace

@@ -123,6 +123,15 @@ double apart(const Affine& p, const Affine& q, const std::array<std::size_t, 3>&
     return farthest;
 }
 
+/// ITK cannot take such an sform apart, and says so on standard error.
+void refuse_subnormal(const Fields& fields, const std::string& name) {
+    for (std::size_t at = 280; at < 328; at += 4) {
+        if (std::fpclassify(fields.at<float>(at)) == FP_SUBNORMAL)
+            refuse("%s: its sform holds %g, too small a number to be meant", name.c_str(),
+                   static_cast<double>(fields.at<float>(at)));
+    }
+}
+
 void place(NiftiHeader& header, const Fields& fields, const std::string& name,
            std::vector<std::string>& warnings) {
     const int qcode = fields.at<std::int16_t>(252), scode = fields.at<std::int16_t>(254);
@@ -130,6 +139,7 @@ void place(NiftiHeader& header, const Fields& fields, const std::string& name,
     if (scode > 0) {
         header.placedBy = "sform";
         affine = sform(fields);
+        refuse_subnormal(fields, name);
     } else if (qcode > 0) {
         header.placedBy = "qform";
         affine = qform(fields);
@@ -205,9 +215,9 @@ void take_source(NiftiHeader& header, const Fields& fields, const fs::path& file
     if (!(stated >= kHeaderBytes + 4 && stated < 1e9 && stated == std::floor(stated)))
         refuse("%s: states that its samples begin at byte %g", file.c_str(), stated);
     const auto before = static_cast<std::uint64_t>(stated);
-    header.source.file = file;
-    header.source.offset = compressed ? 0 : before;
-    header.source.skip = compressed ? before : 0;
+    header.source.range.file = file;
+    header.source.range.offset = compressed ? 0 : before;
+    header.source.range.skip = compressed ? before : 0;
     header.source.compressed = compressed;
     header.source.bigEndian = swapped;
 }
@@ -220,8 +230,13 @@ NiftiHeader read_nifti_header(const fs::path& file, std::vector<std::string>& wa
     std::vector<std::uint8_t> bytes = first_bytes(file, kHeaderBytes);
     const bool compressed = bytes.size() >= 2 && bytes[0] == 0x1f && bytes[1] == 0x8b;
     if (compressed) {
-        bytes.resize(kHeaderBytes);
-        bytes.resize(unpack(file, 0, 0, kHeaderBytes, reinterpret_cast<std::byte*>(bytes.data())).length);
+        bytes.clear();
+        PackedRange range;
+        range.file = file;
+        unpack(range, kHeaderBytes, [&](const std::byte* piece, std::size_t count) {
+            const auto* const first = reinterpret_cast<const std::uint8_t*>(piece);
+            bytes.insert(bytes.end(), first, first + count);
+        });
     }
     if (bytes.size() < kHeaderBytes)
         refuse("%s is no NIfTI file or is cut short: %zu bytes of a header of %zu", name.c_str(),

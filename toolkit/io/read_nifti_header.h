@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "toolkit/core/volume.h"
-#include "toolkit/io/read_data.h"
+#include "toolkit/io/read_source.h"
 
 namespace rzobl {
 

@@ -1,6 +1,7 @@
 #include "toolkit/io/read_nrrd.h"
 
 #include "toolkit/io/read_affine.h"
+#include "toolkit/io/read_itk.h"
 #include "toolkit/io/read_nrrd_header.h"
 #include "toolkit/io/read_regrid.h"
 
@@ -13,7 +14,7 @@ ReadResult read_nrrd(const std::filesystem::path& file, const ReadOptions& optio
     const Stack stack = stack_of(header.image.size, header.axes, header.origin, name);
     require_even(measure(stack, name), options, name);
 
-    StoredSamples samples = load_samples(header.source, header.image);
+    StoredSamples samples = read_with_itk(ItkFormat::Nrrd, file, header.image);
     samples.rescale = header.rescale;
     result.volume = make_volume(stack, std::move(samples), options, name, result.warnings);
     result.format = "NRRD";

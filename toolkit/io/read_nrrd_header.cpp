@@ -1,6 +1,7 @@
 #include "toolkit/io/read_nrrd_header.h"
 
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -225,6 +226,12 @@ void place(NrrdHeader& header, const Fields& fields, const std::string& name,
     }
 }
 
+bool begins_as_gzip(const PackedRange& range) {
+    std::ifstream stream(range.file, std::ios::binary);
+    stream.seekg(static_cast<std::streamoff>(range.offset));
+    return stream.get() == 0x1f && stream.get() == 0x8b;
+}
+
 void take_source(NrrdHeader& header, const Fields& fields, const fs::path& file) {
     const std::string name = file.string();
     header.source.compressed = header.encoding == "gzip";
@@ -244,25 +251,29 @@ void take_source(NrrdHeader& header, const Fields& fields, const fs::path& file)
         refuse("%s: a byte skip of %lld before %s samples is not supported", name.c_str(), bytes,
                header.encoding.c_str());
 
-    header.source.file = file;
-    header.source.offset = fields.end;
+    header.source.range.file = file;
+    header.source.range.offset = fields.end;
     const std::string stated = fields.get("datafile");
     if (!stated.empty()) {
         if (lower_case(stated).rfind("list", 0) == 0 || stated.find('%') != std::string::npos)
             refuse("%s: its samples lie in several files, which is not supported", name.c_str());
-        header.source.file = file.parent_path() / stated;
-        header.source.offset = 0;
-        require_data_file(file, header.source.file);
+        header.source.range.file = file.parent_path() / stated;
+        header.source.range.offset = 0;
+        require_data_file(file, header.source.range.file);
     } else if (!fields.attached) {
         refuse("%s is cut short or damaged: no samples follow its header and it names no data file",
                name.c_str());
     }
-    if (bytes > 0) header.source.offset += static_cast<std::uint64_t>(bytes);
+    if (bytes > 0) header.source.range.offset += static_cast<std::uint64_t>(bytes);
     // -1: the samples are the last bytes of the file.
     if (bytes == -1) {
-        const std::uint64_t size = readable_size(header.source.file);
-        header.source.offset = size - std::min(size, header.image.bytes());
+        const std::uint64_t size = readable_size(header.source.range.file);
+        header.source.range.offset = size - std::min(size, header.image.bytes());
     }
+    // ITK takes a stream without gzip's mark for plain samples.
+    if (header.source.compressed && !begins_as_gzip(header.source.range))
+        refuse("%s is cut short or damaged: its samples do not begin as gzip does",
+               header.source.range.file.c_str());
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/io/read_data.h"
+#include "toolkit/io/read_source.h"
 
 namespace rzobl {
 
