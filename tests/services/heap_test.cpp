@@ -416,4 +416,26 @@ TEST_F(Heap, subtraction_releases_what_it_holds_when_it_gets_no_more) {
     }
 }
 
+template <class T>
+void expect_resample_to_need_its_table() {
+    T samples[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    T* sourceRasters[] = {samples, samples + 4};
+    RZ_TVolumeRecord<T> sourceRecord;
+    sourceRecord.rasters = sourceRasters;
+    RZ_TVolume<T> source(RZ_Box(2, 2, 2, RZ_BoxParams()), &sourceRecord);
+    float voxels[4] = {-1.0F, -1.0F, -1.0F, -1.0F};
+    float* rasters[] = {voxels};
+    RZ_TVolumeRecord<float> record;
+    record.rasters = rasters;
+    RZ_TVolume<float> destination(RZ_Box(2, 2, 1, RZ_BoxParams()), &record);
+    const int failures = fail_at_every_request([&] { RZ_OBLUtils::Resample(source, destination, 0.0F, 0); });
+    EXPECT_EQ(failures, 1) << "one table of slices";
+    EXPECT_NE(voxels[0], -1.0F);
+}
+
+TEST_F(Heap, resample_needs_its_table_and_returns_it) {
+    expect_resample_to_need_its_table<short>();
+    expect_resample_to_need_its_table<float>();
+}
+
 }  // namespace

@@ -109,6 +109,11 @@ ResampleBoxes::ResampleBoxes(Random& random) {
         if (k < 2 && !random.once_in(8) && from.dims[k] < 2) from.dims[k] = 2;
     }
     if (random.once_in(5)) from.dims[2] = 1;
+    const bool longRows = random.once_in(4);  // several blocks of voxels inside the source
+    if (longRows) {
+        from.dims[0] = random.between(9, 40);
+        from.dims[1] = random.between(9, 20);
+    }
     if (random.once_in(4)) {
         // On a grid of half samples: coordinates come out exact.
         from.axes = {Vec3{1, 0, 0}, Vec3{0, 1, 0}, Vec3{0, 0, 1}};
@@ -128,6 +133,10 @@ ResampleBoxes::ResampleBoxes(Random& random) {
     }
     BoxCase to = random_box(random, 0.0, 10);
     if (random.once_in(3)) to.axes = from.axes;
+    if (longRows) {
+        to.dims = {random.between(9, 45), random.between(1, 4), random.between(1, 4)};
+        if (random.once_in(2)) to.axes = from.axes;
+    }
     // About the middle of the source, so that they meet.
     Vec3 middle = from.physical({from.dims[0] * 0.5, from.dims[1] * 0.5, from.dims[2] * 0.5});
     for (std::size_t k = 0; k < 3; ++k) {

@@ -27,6 +27,10 @@ MultiSliceCase::MultiSliceCase(Seed caseSeed) : seed(caseSeed) {
     Random random(seed);
     rows = random.between(1, random.once_in(4) ? 40 : 6);
     columns = random.between(1, random.once_in(4) ? 70 : 20);
+    if (random.once_in(100)) {  // more samples than a cache would like at once
+        rows = random.between(60, 130);
+        columns = random.between(60, 90);
+    }
     if (random.once_in(8)) {  // only the product counts
         rows = -rows;
         columns = -columns;

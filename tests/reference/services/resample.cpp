@@ -43,6 +43,7 @@ int resample(const RZ_TVolume<T>& source, const RZ_TVolume<float>& destination, 
 
     for (int z = 0; z < to.zDim; ++z) {
         for (int y = 0; y < to.yDim; ++y) {
+            int interiorRun = 0;
             for (int x = 0; x < to.xDim; ++x) {
                 RZ_3Coord point(static_cast<float>(x), static_cast<float>(y), static_cast<float>(z));
                 RZ_vectrans(point, m);
@@ -50,6 +51,7 @@ int resample(const RZ_TVolume<T>& source, const RZ_TVolume<float>& destination, 
                 const float sy = point.y;
                 const float sz = point.z;
                 float v = outside_value;
+                if (x % 8 == 0) interiorRun = 0;
                 if (sz >= -0.5F && sz < static_cast<float>(nz) - 0.5F) {
                     const bool interior = sx >= 0.0F && sx < static_cast<float>(nx - 1) && sy >= 0.0F &&
                                           sy < static_cast<float>(ny - 1);
@@ -67,6 +69,7 @@ int resample(const RZ_TVolume<T>& source, const RZ_TVolume<float>& destination, 
                         int cz = iz;
                         if (interior) {
                             branches.met("interior");
+                            if (++interiorRun == 8) branches.met("eight interior voxels in a row");
                             if (iz == nz - 1) branches.met("interior with the upper guard");
                             if (fz < 0.0F) branches.met("interior below the first slice");
                         } else {
