@@ -11,6 +11,7 @@
 #include "toolkit/cli/interrupt.h"
 #include "toolkit/cli/progress.h"
 #include "toolkit/cli/progress_bar.h"
+#include "toolkit/core/background.h"
 #include "toolkit/core/curved_request.h"
 #include "toolkit/core/error.h"
 #include "toolkit/core/mark_curve.h"
@@ -106,10 +107,12 @@ void run(const CurvedArguments& arguments) {
     const OutputFormat format = output_format(arguments.output.path);
     const std::optional<Window> asked = window(arguments.window);
     check_outputs(arguments, asked.has_value());
-    const CurvedRequest request = request_of(arguments);
+    CurvedRequest request = request_of(arguments);
 
     const ReadResult input =
         read_input(arguments.input.path, arguments.input.options(), arguments.output.quiet);
+    // Looks at every sample, and is no part of drawing.
+    if (!request.background) request.background = default_background(input.volume);
     const Stopwatch watch;
     const CurvedImage curved = draw(input.volume, request, arguments.output);
     const double drawn = watch.milliseconds();

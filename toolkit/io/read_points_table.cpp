@@ -41,22 +41,26 @@ std::vector<std::string> fields_of(const std::string& line, char separator) {
     return fields;
 }
 
-std::optional<Columns> columns_named(const std::vector<std::string>& names) {
-    for (const auto& [letters, ras] :
-         {std::pair<const char*, std::optional<bool>>{"xyz", std::nullopt}, {"lps", false}, {"ras", true}}) {
-        Columns columns;
-        columns.ras = ras;
-        bool all = true;
-        for (std::size_t k = 0; k < 3 && all; ++k) {
-            const auto found = std::find_if(names.begin(), names.end(), [&](const std::string& name) {
-                return lower_case(name) == std::string(1, letters[k]);
-            });
-            all = found != names.end();
-            columns.at[k] = static_cast<std::size_t>(found - names.begin());
-        }
-        if (all) return columns;
+/// The columns of x, y and z under these names, three letters.
+std::optional<Columns> columns_under(const std::vector<std::string>& names, const char* letters,
+                                     std::optional<bool> ras) {
+    Columns columns;
+    columns.ras = ras;
+    for (std::size_t k = 0; k < 3; ++k) {
+        const std::string wanted(1, letters[k]);
+        const auto found = std::find_if(names.begin(), names.end(), [&wanted](const std::string& name) {
+            return lower_case(name) == wanted;
+        });
+        if (found == names.end()) return std::nullopt;
+        columns.at[k] = static_cast<std::size_t>(found - names.begin());
     }
-    return std::nullopt;
+    return columns;
+}
+
+std::optional<Columns> columns_named(const std::vector<std::string>& names) {
+    if (const auto columns = columns_under(names, "xyz", std::nullopt)) return columns;
+    if (const auto columns = columns_under(names, "lps", false)) return columns;
+    return columns_under(names, "ras", true);
 }
 
 /// What follows "KEY =" in a comment.
