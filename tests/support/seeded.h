@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
