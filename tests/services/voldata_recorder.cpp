@@ -127,8 +127,7 @@ int wrap_plane(RZ_ShortSlice** slices, const RZ_Box& volumeBox, const RZ_BoxPara
         call.slices = slices;
         call.volumeBox = &volumeBox;
         call.volumeParams = &volumeParams;
-        call.clipParams = clipParams;
-        call.outputBox = &outputBox;
+        call.clippedByOutput = clipParams == &outputBox.params;
         call.raster.assign(output, output + outputBox.xDim * outputBox.yDim);
         call.plane = plane;
         recorder.planes.push_back(call);

@@ -16,8 +16,8 @@ struct PlaneCall {
     const void* slices = nullptr;
     const RZ_Box* volumeBox = nullptr;
     const RZ_BoxParams* volumeParams = nullptr;
-    const RZ_BoxParams* clipParams = nullptr;
-    const RZ_Box* outputBox = nullptr;
+    /// Whether the clip box is the output box's own; both are gone when the call is looked at.
+    bool clippedByOutput = false;
     /// Content of the raster, as it was handed on.
     std::vector<short> raster;
     RZ_PlaneParams plane;
