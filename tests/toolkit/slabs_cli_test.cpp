@@ -148,6 +148,33 @@ TEST(SlabsCli, ASubtractionIsWhatTheCoreMakes) {
     }
 }
 
+TEST(SlabsCli, AShiftTakesTheBonesOffFramesWithContrast) {
+    const TemporaryFolder folder;
+    const fs::path frames = folder / "frames.nrrd";
+    ASSERT_EQ(rzobl({"phantom", "--kind", "frames", "-o", frames.string()}).status, 0);
+    // Mean distance of the difference from none, away from the vessels.
+    const auto residue = [&](const char* name, const std::vector<std::string>& more) {
+        std::vector<std::string> arguments{"--minuend", "4:7", "--subtrahend", "0:3", "--offset", "2048"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Finished done = run("subtract", frames.string(), folder / name, arguments);
+        EXPECT_EQ(done.status, 0) << done.err;
+        const Volume difference = read_volume(folder / name).volume;
+        EXPECT_FALSE(difference.isSigned);
+        EXPECT_EQ(difference.rescale.intercept, -2048);
+        double sum = 0;
+        for (int row = 180; row < 310; ++row)
+            for (int column = 10; column < 110; ++column)
+                sum += std::abs(sample_at(difference, column, row, 0) - 2048);
+        return sum / (130 * 100);
+    };
+    const double shifted = residue("a.nrrd", {"--shift", "0.4,2.6"}), plain = residue("b.nrrd", {});
+    EXPECT_LT(shifted, 20);
+    EXPECT_GT(plain, 5 * shifted);
+    EXPECT_THAT(refusal_of(rzobl(
+                    {"phantom", "--kind", "frames", "--spacing", "2", "-o", (folder / "c.nrrd").string()})),
+                HasSubstr("spacing of their own"));
+}
+
 TEST(SlabsCli, ADifferenceOfBytesTakesAnOffset) {
     const TemporaryFolder folder;
     ASSERT_EQ(run("subtract", volumes().byte(), folder / "a.nrrd",

@@ -136,17 +136,18 @@ TEST_P(WriteVolume, ComesBackWithItsSamplesAndItsPlace) {
         const Grid grid = random_grid(random, 2, 9);
         const SampleKind kind = random.pick({SampleKind::Int16, SampleKind::UInt8, SampleKind::Rgb});
         Volume volume = noise(random, grid, kind);
-        if (kind == SampleKind::UInt8) volume.isSigned = random.once_in(2);
+        if (kind != SampleKind::Rgb) volume.isSigned = random.once_in(2);
         const fs::path path = folder / ("v" + std::to_string(seed) + GetParam());
         write_volume(volume, path, false);
         const ReadBack back = read_back(path);
         expect_geometry(*back.io, grid, tolerance);
         EXPECT_EQ(back.samples, packed(volume));
         EXPECT_EQ(back.io->GetNumberOfComponents(), kind == SampleKind::Rgb ? 3U : 1U);
-        const itk::IOComponentEnum want = kind == SampleKind::Int16 ? itk::IOComponentEnum::SHORT
-                                          : kind == SampleKind::UInt8 && volume.isSigned
-                                              ? itk::IOComponentEnum::CHAR
-                                              : itk::IOComponentEnum::UCHAR;
+        const itk::IOComponentEnum want =
+            kind == SampleKind::Int16
+                ? (volume.isSigned ? itk::IOComponentEnum::SHORT : itk::IOComponentEnum::USHORT)
+            : kind == SampleKind::UInt8 && volume.isSigned ? itk::IOComponentEnum::CHAR
+                                                           : itk::IOComponentEnum::UCHAR;
         EXPECT_EQ(back.io->GetComponentType(), want);
         if (HasFailure()) return;
     }

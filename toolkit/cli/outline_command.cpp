@@ -68,12 +68,16 @@ void add_outline(CLI::App& program) {
     CLI::App& outline =
         *program.add_subcommand("outline", "Tell where a plane cuts the outer faces of a volume");
     a.input.add_to(outline);
-    outline.add_option("--normal", a.normal, "X,Y,Z: direction at right angles to the plane")->required();
-    outline.add_option("--centre", a.centre, "X,Y,Z: a point of the plane (default: middle of the volume)");
-    outline.add_option("-o,--output", a.output, "OUT: a drawing of the volume's box and the cut, .svg");
+    outline.add_option("--normal", a.normal, "Direction at right angles to the plane")
+        ->required()
+        ->type_name("X,Y,Z");
+    outline.add_option("--centre", a.centre, "A point of the plane (default: middle of the volume)")
+        ->type_name("X,Y,Z");
+    outline.add_option("-o,--output", a.output, "A drawing of the volume's box and the cut, .svg")
+        ->type_name("OUT");
     outline.add_flag("--force", a.force, "Replace OUT if it exists");
     outline.add_flag("--quiet", a.quiet, "Print nothing but errors");
-    outline.footer("Prints the corners of the cut in LPS millimetres, in their order round it.");
+    outline.footer("Prints the corners of the cut in LPS millimetres, in their order round it.\n");
     outline.callback([arguments] { run(*arguments); });
 }
 

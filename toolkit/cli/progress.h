@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -17,16 +16,12 @@ class Progress {
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// Work that knows how far it is shows a bar. share: 0 to 1. From any thread.
-    void at(double share) { share_.store(share, std::memory_order_relaxed); }
-
   private:
     void run(const std::string& what);
 
     std::mutex mutex_;
     std::condition_variable wake_;
     bool done_ = false;
-    std::atomic<double> share_{-1};
     std::thread thread_;
 };
 

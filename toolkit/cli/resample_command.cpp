@@ -77,14 +77,18 @@ void add_resample(CLI::App& program) {
     CLI::App& resample =
         *program.add_subcommand("resample", "Sample a volume anew on another grid, trilinearly");
     a.input.add_to(resample);
-    a.output.add_to(resample, "OUT: .mha, .nrrd, .nii or .nii.gz");
-    resample.add_option("--like", a.like,
-                        "A volume whose grid is taken over: size, spacing, place, directions");
-    resample.add_option("--spacing", a.spacing,
-                        "X,Y,Z in mm (or one number): the same extent at this spacing");
-    resample.add_option(
-        "--outside", a.outside,
-        "Value where the volume does not reach (default: its padding value, or its least value)");
+    a.output.add_to(resample, ".mha, .nrrd, .nii or .nii.gz");
+    resample
+        .add_option("--like", a.like, "A volume whose grid is taken over: size, spacing, place, directions")
+        ->type_name("REFERENCE");
+    resample
+        .add_option("--spacing", a.spacing,
+                    "In mm (one number for all three): the same extent at this spacing")
+        ->type_name("X,Y,Z");
+    resample
+        .add_option("--outside", a.outside,
+                    "Value where the volume does not reach (default: its padding value, or its least value)")
+        ->type_name("V");
     resample.add_flag("--float", a.floats,
                       "Write values after rescale in single precision, as they were computed");
     a.paging.add_to(resample);
@@ -105,7 +109,7 @@ void add_resample(CLI::App& program) {
         "the\n"
         "volume's own, gives the last but one. Behind the last slice values stay those of that slice, "
         "except\n"
-        "along the rim of rows and columns, which runs from the last slice but one to the last once more.");
+        "along the rim of rows and columns, which runs from the last slice but one to the last once more.\n");
     resample.callback([arguments] { run(*arguments); });
 }
 

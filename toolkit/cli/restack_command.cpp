@@ -5,6 +5,7 @@
 
 #include "toolkit/cli/commands.h"
 #include "toolkit/cli/progress.h"
+#include "toolkit/cli/progress_bar.h"
 #include "toolkit/cli/slice_arguments.h"
 #include "toolkit/core/error.h"
 #include "toolkit/core/restack.h"
@@ -70,8 +71,8 @@ void run(const RestackArguments& arguments) {
         read_input(arguments.input.path, arguments.input.options(), arguments.output.quiet);
     const Stopwatch watch;
     const Volume stack = [&] {
-        Progress progress("stacking slices", arguments.output.quiet);
-        const Report share = [&progress](double done) { progress.at(done); };
+        ProgressBar bar("stacking slices", arguments.output.quiet);
+        const Report share = [&bar](double done) { bar.show(done); };
         if (!arguments.normal.empty()) return oblique_stack(input.volume, plane, spacing, share);
         return arguments.shared ? restack_shared(input.volume, spacing, slices)
                                 : restack(input.volume, spacing, slices, share);
@@ -97,19 +98,26 @@ void add_restack(CLI::App& program) {
     CLI::App& restack = *program.add_subcommand(
         "restack", "Make a volume of slices at another spacing, or of parallel oblique planes");
     a.input.add_to(restack);
-    a.output.add_to(restack, "OUT: .mha, .nrrd, .nii or .nii.gz");
-    restack.add_option("--spacing", a.spacing, "Millimetres from slice to slice")->required();
-    restack.add_option("--range", a.range, "A:B: slices to restack, counted from 0 (default: all)");
+    a.output.add_to(restack, ".mha, .nrrd, .nii or .nii.gz");
+    restack.add_option("--spacing", a.spacing, "Millimetres from slice to slice")
+        ->required()
+        ->type_name("MM");
+    restack.add_option("--range", a.range, "Slices to restack, counted from 0 (default: all)")
+        ->type_name("A:B");
     restack.add_flag("--exact", a.exact, "Every slice at its own place (default)");
     restack.add_flag("--shared", a.shared, "The library's own way, which shares stored slices: see below");
-    restack.add_option("--normal", a.normal, "X,Y,Z: a stack of planes at right angles to it instead");
-    restack.add_option("--up", a.up, "With --normal, X,Y,Z: what points up (default as for mpr)");
-    restack.add_option("--pixel", a.pixel,
-                       "With --normal: side of a pixel in mm (default: the finest spacing)");
-    restack.add_option("--thickness", a.thickness, "With --normal: whole thickness of each slab (default 0)");
-    restack.add_option("--type", a.type, "With --thickness: mean (default), max or min");
-    restack.add_option("--quality", a.quality, "With --normal: as for mpr");
-    restack.add_option("--background", a.background, "With --normal: value outside the volume, as for mpr");
+    restack.add_option("--normal", a.normal, "A stack of planes at right angles to it instead")
+        ->type_name("X,Y,Z");
+    restack.add_option("--up", a.up, "With --normal: what points up (default as for mpr)")
+        ->type_name("X,Y,Z");
+    restack.add_option("--pixel", a.pixel, "With --normal: side of a pixel (default: the finest spacing)")
+        ->type_name("MM");
+    restack.add_option("--thickness", a.thickness, "With --normal: whole thickness of each slab (default 0)")
+        ->type_name("MM");
+    restack.add_option("--type", a.type, "With --thickness: mean (default), max or min")->type_name("NAME");
+    restack.add_option("--quality", a.quality, "With --normal: as for mpr")->type_name("NAME");
+    restack.add_option("--background", a.background, "With --normal: value outside the volume, as for mpr")
+        ->type_name("V");
     a.paging.add_to(restack);
     restack.footer(
         "Along the volume's own slices, slice i lies i x MM behind the first one of the range, and the last "
@@ -129,7 +137,7 @@ void add_restack(CLI::App& program) {
         "is the default. --shared takes 16-bit volumes and leaves a border of 0 on the slices it computes.\n"
         "\n"
         "With --normal the planes cover the whole volume, MM apart, evenly about its middle; each is what\n"
-        "rzobl mpr draws there.");
+        "rzobl mpr draws there.\n");
     restack.callback([arguments] { run(*arguments); });
 }
 

@@ -4,6 +4,7 @@
 
 #include "toolkit/cli/commands.h"
 #include "toolkit/cli/progress.h"
+#include "toolkit/cli/progress_bar.h"
 #include "toolkit/cli/slice_arguments.h"
 #include "toolkit/core/error.h"
 #include "toolkit/core/slab.h"
@@ -26,10 +27,10 @@ void write_slide(const SlabArguments& arguments, const Volume& volume, const Sli
     const OutputArguments& output = arguments.out.output;
     const Stopwatch watch;
     const Volume slabs = [&] {
-        Progress progress("combining slices", output.quiet);
+        ProgressBar bar("combining slices", output.quiet);
         return sliding_slab(volume, slices, slabbing_type(arguments.type),
                             arguments.afresh ? Slide::Afresh : Slide::Incremental,
-                            [&progress](double share) { progress.at(share); });
+                            [&bar](double share) { bar.show(share); });
     }();
     const double combined = watch.milliseconds();
     {
@@ -68,9 +69,10 @@ void add_slab(CLI::App& program) {
     CLI::App& slab = *program.add_subcommand("slab", "Combine slices of a volume into one, sample by sample");
     a.input.add_to(slab);
     a.out.add_to(slab);
-    slab.add_option("--range", a.range, "A:B: first and last slice, both included, counted from 0")
-        ->required();
-    slab.add_option("--type", a.type, "mean (default), max or min");
+    slab.add_option("--range", a.range, "First and last slice, both included, counted from 0")
+        ->required()
+        ->type_name("A:B");
+    slab.add_option("--type", a.type, "mean (default), max or min")->type_name("NAME");
     slab.add_flag("--slide", a.slide,
                   "Move the slab on through the volume, slice by slice; OUT is the volume of all of them");
     slab.add_flag("--afresh", a.afresh,
@@ -90,7 +92,7 @@ void add_slab(CLI::App& program) {
         "--slide goes on from the mean before where that pays: where the slab has 8 slices or more, each "
         "mean\n"
         "costs two slices instead of all. Such a mean starts from a rounded one, so that it may be off by a\n"
-        "few units after many steps; --afresh has every mean exact.");
+        "few units after many steps; --afresh has every mean exact.\n");
     slab.callback([arguments] { run(*arguments); });
 }
 

@@ -59,8 +59,10 @@ Vec3 spacings(const std::string& option, const std::string& text) {
 }
 
 void PagingArgument::add_to(CLI::App& command) {
-    command.add_option("--page-to", folder,
-                       "Folder for temporary files to which volumes larger than memory page out");
+    command
+        .add_option("--page-to", folder,
+                    "Folder for temporary files to which volumes larger than memory page out")
+        ->type_name("DIR");
 }
 
 void PagingArgument::apply() const {
@@ -68,8 +70,9 @@ void PagingArgument::apply() const {
 }
 
 void SliceOutput::add_to(CLI::App& command) {
-    output.add_to(command, "OUT: .png for a picture to look at; .mha, .nrrd, .nii, .nii.gz for the samples");
-    command.add_option("--window", window, "CENTRE,WIDTH of the greys of a PNG, or auto (default)");
+    output.add_to(command, ".png for a picture to look at; .mha, .nrrd, .nii, .nii.gz for the samples");
+    command.add_option("--window", window, "Centre and width of the greys of a PNG, or auto (default)")
+        ->type_name("C,W");
 }
 
 void SliceOutput::check() const {

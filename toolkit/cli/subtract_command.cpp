@@ -55,12 +55,18 @@ void add_subtract(CLI::App& program) {
     a.out.add_to(subtract);
     subtract
         .add_option("--minuend", a.minuend,
-                    "A:B: slices subtracted from, both included, counted from 0 (A for one)")
-        ->required();
-    subtract.add_option("--subtrahend", a.subtrahend, "C:D: slices that are subtracted")->required();
-    subtract.add_option("--shift", a.shift,
-                        "X,Y in samples: pixel (c, r) takes the subtrahend at (c + X, r + Y) (default 0,0)");
-    subtract.add_option("--offset", a.offset, "Added to stored differences of unsigned samples (default 0)");
+                    "Slices subtracted from, both included, counted from 0 (A for one)")
+        ->required()
+        ->type_name("A:B");
+    subtract.add_option("--subtrahend", a.subtrahend, "Slices that are subtracted")
+        ->required()
+        ->type_name("C:D");
+    subtract
+        .add_option("--shift", a.shift,
+                    "In samples: pixel (c, r) takes the subtrahend at (c + X, r + Y) (default 0,0)")
+        ->type_name("X,Y");
+    subtract.add_option("--offset", a.offset, "Added to stored differences of unsigned samples (default 0)")
+        ->type_name("N");
     subtract.add_flag("--whole-rows", a.wholeRows,
                       "The library's rows in one call, with the arithmetic of its blocks: see below");
     a.paging.add_to(subtract);
@@ -85,15 +91,15 @@ void add_subtract(CLI::App& program) {
         "bilinear.\n"
         "--whole-rows subtracts as a viewer in motion does, and the arithmetic of the library's blocks "
         "shows:\n"
-        "means of 3 and more 16-bit slices come out up to 0.4 % low; a fraction of Y moves along the columns "
-        "and\n"
-        "one of X along the rows, and X alone not at all; signed samples go wrong where one of the four "
-        "weights\n"
-        "reaches 1/2; 8-bit samples blend by pairs; the bottom row blends with black; the last few columns "
-        "of a\n"
-        "row, which no block holds, come out unlike the rest. Without a fraction and with one slice a side "
-        "both\n"
-        "ways agree but there, where negative samples may differ by 1.");
+        "means of 3 and more 16-bit slices are some tenths of a percent low, those of very many further "
+        "off;\n"
+        "a fraction of Y moves along the columns and one of X along the rows, and X alone not at all; "
+        "signed\n"
+        "samples go wrong where one of the four weights reaches 1/2; 8-bit samples blend by pairs; the "
+        "bottom\n"
+        "row blends with black; the last columns of a row, which no block holds, come out unlike the rest.\n"
+        "Without a fraction and with one slice a side both ways agree but there, where negative samples may\n"
+        "differ by 1.\n");
     subtract.callback([arguments] { run(*arguments); });
 }
 

@@ -19,10 +19,10 @@ struct SubtractRequest {
     /// Added to the stored differences of unsigned samples, which do not go below 0.
     int offset = 0;
     /// Whole rows in one call, as a viewer does it in a hurry, instead of every sample by the definition. The
-    /// arithmetic of the blocks then shows: a mean of 3 or more 16-bit samples is up to 0.4 % low; fractions
-    /// of the shift apply with columns and rows exchanged, to 8-bit samples by pairs, to signed ones wrongly
-    /// where a weight reaches one half, and that of columns not at all where that of rows is none; the
-    /// bottom row blends with black.
+    /// arithmetic of the blocks then shows: a mean of 3 or more 16-bit samples is some tenths of a percent
+    /// low, one of very many further off; fractions of the shift apply with columns and rows exchanged, to
+    /// 8-bit samples by pairs, to signed ones wrongly where a weight reaches one half, and that of columns
+    /// not at all where that of rows is none; the bottom row blends with black.
     bool wholeRows = false;
 };
 

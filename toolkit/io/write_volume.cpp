@@ -34,7 +34,8 @@ struct Stored {
 };
 
 itk::IOComponentEnum component_of(SampleKind kind, bool isSigned) {
-    if (kind == SampleKind::Int16) return itk::IOComponentEnum::SHORT;
+    if (kind == SampleKind::Int16)
+        return isSigned ? itk::IOComponentEnum::SHORT : itk::IOComponentEnum::USHORT;
     return kind == SampleKind::UInt8 && isSigned ? itk::IOComponentEnum::CHAR : itk::IOComponentEnum::UCHAR;
 }
 
