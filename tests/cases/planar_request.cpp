@@ -125,10 +125,12 @@ void make_plane(Random& random, const Placed& placed, PlanarRequest& request, Br
     Vec normal = random_direction(random);
     switch (random.between(0, 7)) {
         case 0:
-        case 1:
-            normal = scaled(a.d[random.between(0, 2)], random.once_in(2) ? 1.0 : -1.0);
+        case 1: {
+            const int axis = random.between(0, 2);
+            normal = scaled(a.d[axis], random.once_in(2) ? 1.0 : -1.0);
             branches.met("plane along a source axis");
             break;
+        }
         case 2: {
             const int axis = random.between(0, 2);
             normal = plus(a.d[axis], scaled(a.d[(axis + 1) % 3], random.once_in(2) ? 1.0 : -1.0));

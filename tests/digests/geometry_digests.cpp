@@ -95,8 +95,10 @@ void clip_bounds() {
             spans.push_back(static_cast<short>(width - 1));
         }
         for (int i = 0; i < 3; ++i) {
-            RZ_update_clip_bounds(random.real(-1.0F, 1.0F), random.real(-1.0F, 1.0F),
-                                  random.real(-20.0F, 20.0F), width, height, spans.data());
+            const float a = random.real(-1.0F, 1.0F);
+            const float b = random.real(-1.0F, 1.0F);
+            const float c = random.real(-20.0F, 20.0F);
+            RZ_update_clip_bounds(a, b, c, width, height, spans.data());
         }
         digest.add(spans.data(), spans.size());
     }

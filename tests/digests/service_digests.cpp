@@ -84,9 +84,9 @@ void resample(const char* name) {
         RZ_BoxParams place = from.params;
         float start[3];
         place.GetStart(start);
-        place.SetStart(start[0] + random.real(-3.0F, 3.0F), start[1] + random.real(-3.0F, 3.0F),
-                       start[2] + random.real(-3.0F, 3.0F));
-        const RZ_Box to(random.between(2, 14), random.between(2, 14), random.between(1, 9), place);
+        for (float& coordinate : start) coordinate += random.real(-3.0F, 3.0F);
+        place.SetStart(start[0], start[1], start[2]);
+        const RZ_Box to{random.between(2, 14), random.between(2, 14), random.between(1, 9), place};
 
         std::vector<std::vector<T>> source(static_cast<std::size_t>(from.zDim));
         std::vector<T*> sourceRasters;

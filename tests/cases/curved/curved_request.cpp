@@ -81,8 +81,8 @@ RZ_3Coord random_sweep(Random& random, const RZ_BoxParams& about, Branches& bran
         case 1: {
             branches.met("sweep with a tie of components");
             const int left = random.between(0, 3);
-            d = RZ_3Coord(left == 0 ? 0.0F : sign, left == 1 ? 0.0F : random.pick({1.0F, -1.0F}),
-                          left == 2 ? 0.0F : random.pick({1.0F, -1.0F}));
+            d = RZ_3Coord{left == 0 ? 0.0F : sign, left == 1 ? 0.0F : random.pick({1.0F, -1.0F}),
+                          left == 2 ? 0.0F : random.pick({1.0F, -1.0F})};
             break;
         }
         case 2: {
@@ -176,8 +176,8 @@ void make_crop(Random& random, CurvedRequest& request, Branches& branches) {
         request.crop.TScale(1.0F, 1.0F, part, middle);
     } else if (kind == 1) {
         branches.met("crop along the volume");
-        request.crop.TScale(random.real(0.3F, 0.99F), random.real(0.3F, 0.99F), random.real(0.3F, 0.99F),
-                            middle);
+        const float by[3] = {random.real(0.3F, 0.99F), random.real(0.3F, 0.99F), random.real(0.3F, 0.99F)};
+        request.crop.TScale(by[0], by[1], by[2], middle);
     } else if (kind == 2) {
         branches.met("crop across the volume");
         float size[3];
@@ -195,9 +195,10 @@ void make_crop(Random& random, CurvedRequest& request, Branches& branches) {
         branches.met("frame box of its own");
         request.frame = box.params;
         float about[3] = {middle[0], middle[1], middle[2]};
-        about[random.between(0, 2)] += random.real(-3.0F, 3.0F);
-        request.frame.TScale(random.real(0.2F, 2.0F), random.real(0.2F, 2.0F), random.real(0.2F, 2.0F),
-                             about);
+        const int axis = random.between(0, 2);
+        about[axis] += random.real(-3.0F, 3.0F);
+        const float by[3] = {random.real(0.2F, 2.0F), random.real(0.2F, 2.0F), random.real(0.2F, 2.0F)};
+        request.frame.TScale(by[0], by[1], by[2], about);
     }
     if (random.once_in(25)) {
         branches.met("frame box elsewhere");
@@ -308,7 +309,8 @@ RZ_Spline make_spline(Random& random, const RZ_BoxParams& about, Branches& branc
         branches.met(count > 100 ? "dense spline" : "spline of a hundred points");
         const RZ_3Coord from = inside(random, about, 1.0);
         const RZ_3Coord to = inside(random, about, 1.0);
-        const Vec swing = scaled(random_direction(random), real(random, 0.0, 3.0));
+        const Vec direction = random_direction(random);
+        const Vec swing = scaled(direction, real(random, 0.0, 3.0));
         const double turns = real(random, 0.5, 6.0);
         for (int i = 0; i < count; ++i) {
             const double t = i / (count - 1.0);
