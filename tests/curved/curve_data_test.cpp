@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <vector>
@@ -139,18 +140,25 @@ TEST(CurveProjectData, AssignmentToAnEmptyObjectCopiesWhatThereIs) {
     EXPECT_EQ(to.points, nullptr);
 }
 
-TEST(CurveProjectData, AssignmentOfFewerArraysLeavesNoTwoOwners) {
+TEST(CurveProjectData, AssignmentReleasesWhatTheSourceLacks) {
     RZ_CurveProjectData from;
     RZ_CurveProjectData to;
     fill(from, 9, 100.0F, false, false);
     fill(to, 4, 0.0F);
+    const auto directions = reinterpret_cast<std::uintptr_t>(to.directions);
+    const auto normals = reinterpret_cast<std::uintptr_t>(to.normals);
+    const std::size_t made = arrays_made;
     to = from;
+    EXPECT_EQ(arrays_made - made, 1U) << "points only";
+    EXPECT_EQ(to.points[18].x, from.points[18].x);
+    // The arrays that the source lacks are released and keep their addresses; nobody may release them again.
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(to.directions), directions);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(to.normals), normals);
+    to.directions = nullptr;
+    to.normals = nullptr;
     expect_copied(from, to);
-    // The arrays that the source lacks do not become null, and are of use again.
-    EXPECT_NE(to.directions, nullptr);
-    EXPECT_NE(to.normals, nullptr);
     RZ_CurveProjectData whole;
-    fill(whole, 9, 300.0F);
+    fill(whole, 12, 300.0F);
     to = whole;
     expect_copied(whole, to);
     // Where the object need not grow it keeps its own arrays.

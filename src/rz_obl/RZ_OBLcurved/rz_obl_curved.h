@@ -23,7 +23,8 @@ class RZ_OBL_API RZ_CurveProjectData {
     RZ_CurveProjectData() = default;
     ~RZ_CurveProjectData();
     RZ_CurveProjectData(const RZ_CurveProjectData&) = delete;
-    /// Deep. An array that other lacks is no copy of anything afterwards, but still one of this object's own.
+    /// Deep. Where this object has to grow, an array that other lacks is released and keeps its address: set
+    /// it to null before the object goes or is assigned to again.
     RZ_CurveProjectData& operator=(const RZ_CurveProjectData& other);
 
     /// Samples into which the whole curve is divided; even.

@@ -8,12 +8,6 @@ std::size_t room(int sampleCount) {
     return 2 * static_cast<std::size_t>(sampleCount) + 1;
 }
 
-void make_anew(RZ_3Coord*& array, std::size_t wanted) {
-    delete[] array;
-    array = nullptr;
-    array = new RZ_3Coord[wanted];
-}
-
 void copy(RZ_3Coord* to, const RZ_3Coord* from, std::size_t bytes) {
     if (to != nullptr && from != nullptr) std::memmove(static_cast<void*>(to), from, bytes);
 }
@@ -29,11 +23,17 @@ RZ_CurveProjectData::~RZ_CurveProjectData() {
 RZ_CurveProjectData& RZ_CurveProjectData::operator=(const RZ_CurveProjectData& other) {
     if (other.sampleCount > sampleCount) {
         const std::size_t wanted = room(other.sampleCount);
-        make_anew(points, wanted);
-        // required: an array that other lacks does not become null. It grows with the rest, since an address
-        // that was only released would be written and released again.
-        if (directions != nullptr || other.directions != nullptr) make_anew(directions, wanted);
-        if (normals != nullptr || other.normals != nullptr) make_anew(normals, wanted);
+        delete[] points;
+        points = nullptr;
+        points = new RZ_3Coord[wanted];
+        delete[] directions;
+        delete[] normals;
+        // required: an array that other lacks keeps its released address; dormant, the three are made
+        // together
+        if (other.directions != nullptr) directions = nullptr;
+        if (other.normals != nullptr) normals = nullptr;
+        if (other.directions != nullptr) directions = new RZ_3Coord[wanted];
+        if (other.normals != nullptr) normals = new RZ_3Coord[wanted];
     }
     sampleCount = other.sampleCount;
     firstSample = other.firstSample;
