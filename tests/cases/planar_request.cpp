@@ -111,8 +111,9 @@ Placed make_volume(Random& random, PlanarVolume& volume, int pixelKind, Branches
             volume.bytes.emplace_back(samples);
             fill_nasty(random, volume.bytes.back().data(), samples, volume.isSigned, 8);
         } else {
-            // The cubic kernel of this layout reads a row before and behind the raster.
-            volume.pixels.emplace_back(samples, static_cast<std::size_t>(dims[0]) + 2, random.bits());
+            // The cubic kernel of this layout reads a row and a pixel before and behind the raster.
+            const std::size_t about = static_cast<std::size_t>(dims[0]) + 1;
+            volume.pixels.emplace_back(samples, Readable{about, about}, random.bits());
             fill_nasty_pixels(random, volume.pixels.back().data(), samples);
         }
     }

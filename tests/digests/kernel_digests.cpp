@@ -127,7 +127,8 @@ void bits32(bool wide) {
     digest_of<ScanCase32>("scan_linear_32bits", options, rz_obl::scan_linear_32bits);
     options.slicesBelow = 1;
     options.slicesAbove = 2;
-    options.guardRows = 1;
+    options.neighboursBefore = 1;
+    options.neighboursBehind = 1;
     digest_of<ScanCase32>("scan_cubic_32bits", options,
                           wide ? rz_obl::scan_cubic_32bits_avx2 : rz_obl::scan_cubic_32bits);
 }

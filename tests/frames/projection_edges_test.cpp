@@ -149,7 +149,7 @@ PlanarRequest of_kind(int pixelKind) {
             for (int i = 0; i < 90; ++i)
                 request.volume.bytes.back().data()[i] = static_cast<unsigned char>(i + z);
         } else {
-            request.volume.pixels.emplace_back(90, 12);
+            request.volume.pixels.emplace_back(90, Readable{11, 11});
             for (int i = 0; i < 90; ++i) {
                 request.volume.pixels.back().data()[i] = 0xff000000U + static_cast<unsigned>(i * 0x010203);
             }

@@ -99,7 +99,8 @@ void bits32(bool isCubic, bool runOver) {
         return compare<ScanCase32>(options, 4, rz_reference::scan_linear_32bits, rz_obl::scan_linear_32bits);
     options.slicesBelow = 1;
     options.slicesAbove = 2;
-    options.guardRows = 1;
+    options.neighboursBefore = 1;
+    options.neighboursBehind = 1;
     compare<ScanCase32>(options, 3, rz_reference::scan_cubic_32bits, rz_obl::scan_cubic_32bits,
                         rz_obl::scan_cubic_32bits_avx2);
 }

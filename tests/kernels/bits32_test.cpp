@@ -52,7 +52,8 @@ ScanCase32 random_case(Seed seed, bool isCubic) {
     options.reach = seed % 2 == 0 ? Reach::kInRaster : Reach::kInside;
     options.slicesBelow = isCubic ? 1 : 0;
     options.slicesAbove = isCubic ? 2 : 1;
-    options.guardRows = isCubic || quality == 1 ? (isCubic && quality == 1 ? 2 : 1) : 0;
+    options.neighboursBefore = isCubic ? 1 : 0;
+    options.neighboursBehind = (isCubic ? 1 : 0) + (quality == 1 ? 1 : 0);
     auto c = make_scan_case<ScanCase32>(seed, options);
     c.quality = quality;
     // A fraction below 0 by less than a float's last bit is a whole one above the sample before.
@@ -99,8 +100,8 @@ TEST(Bits32Paths, scan_cubic_32bits_avx2_equals_scan_cubic_32bits_in_every_bit) 
 ScanCase32 row_case(int columns, float x, float y, float z) {
     ScanCase32 c = blank_scan_case<ScanCase32>(10, 8, 5, 1, columns);
     for (std::size_t slice = 0; slice < c.rasters.size(); ++slice) {
-        c.rasters[slice] = SourceRaster<std::uint32_t>(80, 12);
-        std::fill_n(c.rasters[slice].data() - 12, 80 + 24, 0U);
+        c.rasters[slice] = SourceRaster<std::uint32_t>(80, {11, 11});
+        std::fill_n(c.rasters[slice].data() - 11, 80 + 22, 0U);
     }
     for (int i = -2; i <= c.depth + 1; ++i) {
         const int slice = std::min(std::max(i, 0), c.depth - 1);

@@ -78,10 +78,13 @@ std::string FloatVolume::first_difference(const FloatVolume& want, const FloatVo
 }
 
 template <class T>
-SourceVolume<T>::SourceVolume(const RZ_Box& box, std::size_t guard) : volume(box, &record_) {
+SourceVolume<T>::SourceVolume(const RZ_Box& box) : volume(box, &record_) {
     const std::size_t samples = static_cast<std::size_t>(box.xDim) * static_cast<std::size_t>(box.yDim);
+    // The indices of a clamped sample in a single column or row are -1.
+    const Readable about{(box.xDim < 2 ? 1U : 0U) + (box.yDim < 2 ? static_cast<std::size_t>(box.xDim) : 0U),
+                         0};
     for (int z = 0; z < box.zDim; ++z) {
-        blocks_.push_back(std::make_unique<SourceRaster<T>>(samples, guard, static_cast<Seed>(z + 1)));
+        blocks_.push_back(std::make_unique<SourceRaster<T>>(samples, about, static_cast<Seed>(z + 1)));
         rasters_.push_back(blocks_.back()->data());
     }
     record_.rasters = rasters_.data();
@@ -163,10 +166,7 @@ template <class T>
 std::string compare_resample(Seed seed, Branches& branches) {
     Random random(seed);
     const ResampleBoxes boxes(random);
-    const bool thin = boxes.source.xDim < 2 || boxes.source.yDim < 2;
-    // A single column or row reads one sample before and behind the raster, one row likewise.
-    const std::size_t guard = thin ? static_cast<std::size_t>(boxes.source.xDim) + 1 : 0;
-    SourceVolume<T> source(boxes.source, guard);
+    SourceVolume<T> source(boxes.source);
     source.fill(random, random.once_in(10));
     const float outside = random.pick({0.0F, -1024.0F, 1e9F, -0.0F, std::numeric_limits<float>::infinity()});
     FloatVolume want(boxes.destination, seed);

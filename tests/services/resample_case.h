@@ -31,11 +31,11 @@ class FloatVolume {
     RZ_TVolumeRecord<float> record_;
 };
 
-/// A source of T, `short` or `float`: rasters of exactly their size, or between `guard` readable samples.
+/// A source of T, `short` or `float`: rasters of exactly their size, but for what a single column or row needs.
 template <class T>
 class SourceVolume {
   public:
-    SourceVolume(const RZ_Box& box, std::size_t guard);
+    explicit SourceVolume(const RZ_Box& box);
     /// Fills with noise of its kind; floats take any magnitude, infinities with `infinite`.
     void fill(Random& random, bool infinite);
     T& at(int x, int y, int z) { return rasters_[static_cast<std::size_t>(z)][y * volume.xDim + x]; }

@@ -62,7 +62,7 @@ TEST(ResamplePeer, itk_agrees_between_the_samples) {
         }
         to.start = start;
 
-        SourceVolume<float> source(from.box(), 0);
+        SourceVolume<float> source(from.box());
         const auto image = image_of(from);
         for (int z = 0; z < from.dims[2]; ++z) {
             for (int y = 0; y < from.dims[1]; ++y) {

@@ -45,7 +45,7 @@ RZ_Box grid(int nx, int ny, int nz, double x, double y, double z) {
 /// Samples 1 + x + 10 y + 100 z.
 template <class T>
 SourceVolume<T> ramp(int nx, int ny, int nz) {
-    SourceVolume<T> source(grid(nx, ny, nz, 0, 0, 0), 0);
+    SourceVolume<T> source(grid(nx, ny, nz, 0, 0, 0));
     for (int z = 0; z < nz; ++z) {
         for (int y = 0; y < ny; ++y) {
             for (int x = 0; x < nx; ++x) source.at(x, y, z) = static_cast<T>(1 + x + 10 * y + 100 * z);
@@ -177,7 +177,7 @@ TEST(ResampleEdges, same_box_repeats_last_but_one_column_and_row) {
 }
 
 TEST(ResampleEdges, signed_samples) {
-    SourceVolume<short> source(grid(2, 2, 1, 0, 0, 0), 0);
+    SourceVolume<short> source(grid(2, 2, 1, 0, 0, 0));
     source.at(0, 0, 0) = -32768;
     source.at(1, 0, 0) = 32767;
     source.at(0, 1, 0) = -32768;
@@ -188,7 +188,7 @@ TEST(ResampleEdges, signed_samples) {
 
 TEST(ResampleEdges, single_precision_order_of_the_blend) {
     // Products and sums round one by one: 16777217 is no float, and 0.1 x 3 is not 0.3.
-    SourceVolume<float> source(grid(2, 2, 1, 0, 0, 0), 0);
+    SourceVolume<float> source(grid(2, 2, 1, 0, 0, 0));
     const float s[4] = {16777216.0F, 3.0F, 0.1F, 7.0F};
     for (int i = 0; i < 4; ++i) source.at(i % 2, i / 2, 0) = s[i];
     const float fx = 0.375F;

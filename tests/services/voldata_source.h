@@ -18,8 +18,7 @@ class VoldataSource {
         volume->SetRescaleTrans(0.25 * random.between(1, 9), random.between(-2000, 2000));
         const auto samples = static_cast<std::size_t>(box.xDim) * static_cast<std::size_t>(box.yDim);
         for (int z = 0; z < box.zDim; ++z) {
-            rasters_.push_back(
-                std::make_unique<SourceRaster<short>>(samples, static_cast<std::size_t>(box.xDim) + 2));
+            rasters_.push_back(std::make_unique<SourceRaster<short>>(samples));
             fill_nasty(random, rasters_.back()->data(), samples, true, 12);
             auto* slice =
                 new RZ_ShortSlice(rasters_.back()->data(), PixelDataAttributes{box.xDim, box.yDim, 16, 1});

@@ -81,9 +81,9 @@ SubtractionCase<Sample>::SubtractionCase(Seed caseSeed, int depth, const Subtrac
     const Seed shared = random.bits();
     const int content = sizeof(Sample) == 1 ? 8 : random.pick({std::clamp(bitDepth, 9, 16), 12, 16});
     for (int k = 0; k < count; ++k) {
-        rasters.push_back(std::make_unique<SourceRaster<Sample>>(samples() + kReadSlack));
+        rasters.push_back(std::make_unique<SourceRaster<Sample>>(samples() + readSlack()));
         Random own(agree ? shared : random.bits());
-        fill_nasty(own, rasters.back()->data(), samples() + kReadSlack, isSigned, content);
+        fill_nasty(own, rasters.back()->data(), rasters.back()->size(), isSigned, content);
         const bool inReach = (k >= p.minuend_first && k <= p.minuend_last) ||
                              (k >= p.subtrahend_first && k <= p.subtrahend_last);
         // A depth that nobody computes looks at no slice.
@@ -98,6 +98,16 @@ SubtractionCase<Sample>::SubtractionCase(Seed caseSeed, int depth, const Subtrac
 
     output.resize(kFence + samples() + kWriteSlack + kFence);
     for (Sample& sample : output) sample = static_cast<Sample>(random.bits());
+}
+
+template <class Sample>
+std::size_t SubtractionCase<Sample>::readSlack() const {
+    const bool single = parameters.minuend_first == parameters.minuend_last ||
+                        parameters.subtrahend_first == parameters.subtrahend_last;
+    const int block = sizeof(Sample) == 1 ? 8 : 4;
+    if (!single || columns <= block) return 0;
+    const int last = (columns - block - 1) / block * block;
+    return static_cast<std::size_t>(std::max(0, last + 2 * block - columns));
 }
 
 template <class Sample>

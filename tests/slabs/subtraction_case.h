@@ -24,9 +24,7 @@ struct SubtractionOptions {
 /// std::uint16_t otherwise. Two of the same seed are equal.
 template <class Sample>
 struct SubtractionCase {
-    /// Samples that block loads may fetch behind the last row of a slice, and block stores may write behind
-    /// the last row of output.
-    static constexpr std::size_t kReadSlack = sizeof(Sample) == 1 ? 7 : 3;
+    /// Samples that block stores may write behind the last row of output.
     static constexpr std::size_t kWriteSlack = sizeof(Sample) == 1 ? 15 : 7;
 
     SubtractionCase(Seed caseSeed, int depth, const SubtractionOptions& options);
@@ -38,6 +36,9 @@ struct SubtractionCase {
     static std::string first_difference(const SubtractionCase& want, const SubtractionCase& got);
 
     std::size_t samples() const { return static_cast<std::size_t>(rows * columns); }
+    /// Samples behind the last row of a slice that the copies of a single slice fetch: they take two blocks
+    /// at the places of one.
+    std::size_t readSlack() const;
 
     Seed seed = 0;
     int rows = 0;

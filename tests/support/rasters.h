@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/seeded.h"
+#include "tests/support/source_block.h"
 
 namespace rz_test {
 
@@ -40,25 +41,36 @@ class Fenced {
     std::vector<T> before_;
 };
 
-/// A source raster in a heap block of exactly its size, so that the address sanitizer sees a read of one
-/// sample too far. guard: readable samples of noise before and behind, for kernels that may read there.
+/// Samples about a raster that a kernel may read though they are not the raster's.
+struct Readable {
+    std::size_t before = 0;
+    std::size_t behind = 0;
+};
+
+/// A source raster filled with noise, in a block of exactly its size and that of what may be read about it:
+/// one byte further is a fault (see SourceBlock). On which side it is at once one follows from size and seed.
 template <class T>
 class SourceRaster {
   public:
-    explicit SourceRaster(std::size_t samples, std::size_t guard = 0, Seed seed = 1)
-        : block_(new T[samples + 2 * guard]), samples_(samples), guard_(guard) {
+    explicit SourceRaster(std::size_t samples, Readable about = {}, Seed seed = 1)
+        : block_((about.before + samples + about.behind) * sizeof(T),
+                 (samples + seed) % 2 == 0 ? SourceBlock::Fence::kBehind : SourceBlock::Fence::kBefore),
+          samples_(samples),
+          before_(about.before) {
         Random random(seed);
-        for (std::size_t i = 0; i < samples + 2 * guard; ++i) block_[i] = static_cast<T>(random.bits());
+        T* first = static_cast<T*>(block_.data());
+        for (std::size_t i = 0; i < before_ + samples + about.behind; ++i)
+            first[i] = static_cast<T>(random.bits());
     }
 
-    T* data() { return block_.get() + guard_; }
-    const T* data() const { return block_.get() + guard_; }
+    T* data() { return static_cast<T*>(block_.data()) + before_; }
+    const T* data() const { return static_cast<const T*>(block_.data()) + before_; }
     std::size_t size() const { return samples_; }
 
   private:
-    std::unique_ptr<T[]> block_;
+    SourceBlock block_;
     std::size_t samples_;
-    std::size_t guard_;
+    std::size_t before_;
 };
 
 /// Fills with runs of least, greatest, zero, alternating least and greatest, small, and random samples of

@@ -115,12 +115,11 @@ void make_source(Random& random, ScanCase<Sample, Step>& c, const ScanOptions& o
                                    : random.between(options.bitDepthFrom, options.bitDepthTo);
     const std::size_t samples =
         static_cast<std::size_t>(c.sourceWidth) * static_cast<std::size_t>(c.sourceHeight);
-    const std::size_t guard =
-        options.guardRows > 0
-            ? static_cast<std::size_t>(options.guardRows) * static_cast<std::size_t>(c.sourceWidth) + 2
-            : 0;
+    const std::size_t neighbours = static_cast<std::size_t>(c.sourceWidth) + 1;
+    const Readable about{static_cast<std::size_t>(options.neighboursBefore) * neighbours,
+                         static_cast<std::size_t>(options.neighboursBehind) * neighbours};
     for (int z = 0; z < c.depth; ++z) {
-        c.rasters.emplace_back(samples, guard, random.bits());
+        c.rasters.emplace_back(samples, about, random.bits());
         if constexpr (sizeof(Sample) == 4) {
             fill_nasty_pixels(random, c.rasters.back().data(), samples);
         } else {

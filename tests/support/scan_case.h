@@ -30,8 +30,9 @@ struct ScanOptions {
     /// Slices that a sample reads below and above its own.
     int slicesBelow = 0;
     int slicesAbove = 1;
-    /// Readable samples around each source raster, in rows of the raster plus two samples.
-    int guardRows = 0;
+    /// Readable before and behind each source raster: so many times a row and a sample.
+    int neighboursBefore = 0;
+    int neighboursBehind = 0;
     int maxSlabSteps = 20;
     bool negativeSlabSteps = true;
     /// One sample is taken even of a negative number of planes, as maximum and minimum do for their seed; it

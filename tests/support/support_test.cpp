@@ -70,4 +70,30 @@ TEST(Support, spans_of_every_kind_occur) {
     }
 }
 
+/// One sample before or behind the raster, by a load that the compiler keeps.
+void touch(const SourceRaster<short>& raster, std::ptrdiff_t sample) {
+    static_cast<void>(*const_cast<const volatile short*>(raster.data() + sample));
+}
+
+TEST(SourceRasterDeathTest, one_sample_too_far_ends_the_program) {
+    const std::size_t sizes[] = {1, 7, 2048, 3001};
+    for (const std::size_t size : sizes) {
+        const Seed even = size % 2;  // fenced behind
+        const SourceRaster<short> behind(size, {}, even);
+        touch(behind, 0);
+        touch(behind, static_cast<std::ptrdiff_t>(size) - 1);
+        EXPECT_DEATH(touch(behind, static_cast<std::ptrdiff_t>(size)),
+                     "beyond a source raster|heap-buffer-overflow");
+        const SourceRaster<short> before(size, {}, even + 1);
+        touch(before, 0);
+        touch(before, static_cast<std::ptrdiff_t>(size) - 1);
+        EXPECT_DEATH(touch(before, -1), "beyond a source raster|heap-buffer-overflow");
+        const SourceRaster<short> about(size, {3, 2}, even);
+        touch(about, -3);
+        touch(about, static_cast<std::ptrdiff_t>(size) + 1);
+        EXPECT_DEATH(touch(about, static_cast<std::ptrdiff_t>(size) + 2),
+                     "beyond a source raster|heap-buffer-overflow");
+    }
+}
+
 }  // namespace

@@ -240,16 +240,17 @@ CurvedVolume blank_curved_volume(const RZ_Box& box, int pixelKind) {
     volume.box = box;
     volume.pixelKind = pixelKind;
     const auto samples = static_cast<std::size_t>(box.xDim) * static_cast<std::size_t>(box.yDim);
-    const auto guard = static_cast<std::size_t>(box.xDim) + 2;
+    // A line ends half a sample outside the last column and row at most, where a sample reads the next ones.
+    const Readable about{0, static_cast<std::size_t>(box.xDim) + 1};
     const PixelDataAttributes attributes{box.xDim, box.yDim, 16, 1};
     for (int z = 0; z < box.zDim; ++z) {
         const auto noise = static_cast<Seed>(z + 1);
         if (pixelKind == 0) {
-            auto& raster = volume.shorts.emplace_back(samples, guard, noise);
+            auto& raster = volume.shorts.emplace_back(samples, about, noise);
             std::fill_n(raster.data(), samples, short{0});
             volume.slices.push_back(std::make_unique<RZ_ShortSlice>(raster.data(), attributes));
         } else {
-            auto& raster = volume.bytes.emplace_back(samples, guard, noise);
+            auto& raster = volume.bytes.emplace_back(samples, about, noise);
             std::fill_n(raster.data(), samples, static_cast<unsigned char>(0));
             volume.slices.push_back(
                 std::make_unique<RZ_ShortSlice>(static_cast<std::uint8_t*>(raster.data()), attributes));
