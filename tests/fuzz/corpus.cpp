@@ -147,6 +147,7 @@ void add_points(const std::filesystem::path& path) {
 int main(int argc, char** argv) {
     if (argc != 2) return 2;
     const std::filesystem::path folder = argv[1];
+    add_cases(folder / "entries", 16);
     add_cases(folder / "kernels", 16);
     add_cases(folder / "planar", 4);
     add_cases(folder / "curved", 2);
