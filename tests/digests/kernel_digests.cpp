@@ -73,15 +73,15 @@ void cubic(bool wide) {
     rz_obl::OvershootClamp = false;
 }
 
-void semicubic_and_tricubic() {
+void semicubic_and_tricubic(bool wide) {
     const auto shifted = [](ScanCase16& c) { c.quality = c.seed % 2 == 0 ? 3 : 2; };
     const auto digest = [&](const char* name, void (*kernel)(const scan_args_16&)) {
         digest_of<ScanCase16>(name, anywhere(), shifted,
                               [=](const ScanCase16&, const scan_args_16& args) { kernel(args); });
     };
-    digest("scan_semicubic_x", rz_obl::scan_semicubic_x);
-    digest("scan_semicubic_y", rz_obl::scan_semicubic_y);
-    digest("scan_semicubic_z", rz_obl::scan_semicubic_z);
+    digest("scan_semicubic_x", wide ? rz_obl::scan_semicubic_x_avx2 : rz_obl::scan_semicubic_x);
+    digest("scan_semicubic_y", wide ? rz_obl::scan_semicubic_y_avx2 : rz_obl::scan_semicubic_y);
+    digest("scan_semicubic_z", wide ? rz_obl::scan_semicubic_z_avx2 : rz_obl::scan_semicubic_z);
     digest("scan_tricubic", rz_obl::scan_tricubic);
 }
 
@@ -148,7 +148,7 @@ void kernel_digests(Forms forms) {
     weight_table();
     linear(wide);
     cubic(wide);
-    semicubic_and_tricubic();
+    semicubic_and_tricubic(wide);
     max_min(wide);
     bits8();
     bits32(wide);

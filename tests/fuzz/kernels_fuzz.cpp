@@ -123,11 +123,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
     if (which <= 1) linear(which == 1);
     if (which == 2) cubic(flag);
     if (which == 3)
-        compare<ScanCase16>(anywhere(), quality, rz_reference::scan_semicubic_x, rz_obl::scan_semicubic_x);
+        compare<ScanCase16>(anywhere(), quality, rz_reference::scan_semicubic_x, rz_obl::scan_semicubic_x,
+                            rz_obl::scan_semicubic_x_avx2);
     if (which == 4)
-        compare<ScanCase16>(anywhere(), quality, rz_reference::scan_semicubic_y, rz_obl::scan_semicubic_y);
+        compare<ScanCase16>(anywhere(), quality, rz_reference::scan_semicubic_y, rz_obl::scan_semicubic_y,
+                            rz_obl::scan_semicubic_y_avx2);
     if (which == 5)
-        compare<ScanCase16>(anywhere(), quality, rz_reference::scan_semicubic_z, rz_obl::scan_semicubic_z);
+        compare<ScanCase16>(anywhere(), quality, rz_reference::scan_semicubic_z, rz_obl::scan_semicubic_z,
+                            rz_obl::scan_semicubic_z_avx2);
     if (which == 6)
         compare<ScanCase16>(anywhere(), quality, rz_reference::scan_tricubic, rz_obl::scan_tricubic);
     if (which >= 7 && which <= 10) max_min(static_cast<std::uint8_t>(which - 7), flag);

@@ -137,6 +137,10 @@ const std::string kLinear = processor_has_avx2() ? "scan_linear_avx2" : "scan_li
 const std::string kCubic16 = processor_has_avx2() ? "scan_cubic_avx2" : "scan_cubic_sse";
 const std::string kCubic32 = processor_has_avx2() ? "scan_cubic_32bits_avx2" : "scan_cubic_32bits";
 
+std::string semicubic(char axis) {
+    return std::string("scan_semicubic_") + axis + (processor_has_avx2() ? "_avx2" : "");
+}
+
 TEST_F(Selection, avg_12_takes_semicubic_for_quality_3_only) {
     for (const int quality : {3, 0, 1, 2, 4, 5, -1, INT_MAX}) {
         for (const int axis : {0, 1, 2, 3, -1, 77}) {
@@ -144,9 +148,7 @@ TEST_F(Selection, avg_12_takes_semicubic_for_quality_3_only) {
             rz_obl::scan_avg_12(given.args, nullptr, axis);
             const KernelCall c = given.call();
             if (quality == 3) {
-                EXPECT_EQ(c.kernel, axis == 2   ? "scan_semicubic_z"
-                                    : axis == 1 ? "scan_semicubic_y"
-                                                : "scan_semicubic_x");
+                EXPECT_EQ(c.kernel, semicubic(axis == 2 ? 'z' : axis == 1 ? 'y' : 'x'));
                 EXPECT_EQ(c.quality, 3);
                 EXPECT_TRUE(c.isSigned);
                 EXPECT_EQ(c.bitDepth, 13);
@@ -173,9 +175,7 @@ TEST_F(Selection, avg_12_2_means_what_the_names_say) {
                 expect_line("scan_avg_12_2",
                             processor_has_avx2() ? "Cubic MPR with AVX2" : "Cubic MPR with SSE");
             } else if (quality == 2) {
-                EXPECT_EQ(c.kernel, axis == 2   ? "scan_semicubic_z"
-                                    : axis == 1 ? "scan_semicubic_y"
-                                                : "scan_semicubic_x");
+                EXPECT_EQ(c.kernel, semicubic(axis == 2 ? 'z' : axis == 1 ? 'y' : 'x'));
                 EXPECT_EQ(c.quality, 2);
                 expect_line("scan_avg_12_2", "Semi-Cubic MPR");
             } else {
@@ -209,7 +209,7 @@ TEST_F(Selection, force_linear_turns_every_quality_of_avg_12_2_into_4) {
     }
     Given16 given(3);
     rz_obl::scan_avg_12(given.args, nullptr, 2);
-    EXPECT_EQ(given.call().kernel, "scan_semicubic_z");
+    EXPECT_EQ(given.call().kernel, semicubic('z'));
 }
 
 TEST_F(Selection, force_tricubic_comes_before_any_choice_and_does_not_log) {

@@ -1,29 +1,28 @@
 #include <gtest/gtest.h>
 
-#include "rz_obl/RZ_OBLplanar/kernels/semicubic/scan_semicubic.h"
+#include "tests/kernels/semicubic_forms.h"
 #include "tests/reference/semicubic.h"
 #include "tests/support/branches.h"
-#include "tests/support/hand_made.h"
-#include "tests/support/scan_case.h"
 
-// The semi-cubic kernels against their plain forms, on seeded cases that together reach every branch.
+// Both forms of the semi-cubic kernels against their plain forms, on seeded cases that together reach every
+// branch.
 
 namespace {
 
 using namespace rz_test;
 
-using Kernel = void (*)(const rz_obl::scan_args_16&);
 using Reference = void (*)(const rz_obl::scan_args_16&, Branches&);
 
-void compare(Kernel kernel, Reference reference, ScanOptions options, Branches& branches) {
+void compare(const SemicubicKernel& kernel, Reference reference, ScanOptions options, Branches& branches) {
     // x and y are tested by the kernel, slices and their guards serve z.
     options.reach = Reach::kAnywhere;
     for (const Seed seed : seeds(3500)) {
         auto c = make_scan_case<ScanCase16>(seed, options);
         c.quality = seed % 2 == 0 ? 3 : 2;
         const auto want = run([&](const auto& args) { reference(args, branches); }, c);
-        const auto got = run(kernel, c);
-        ASSERT_EQ(first_difference(c, want, got), "");
+        ASSERT_EQ(first_difference(c, want, run(kernel.narrow, c)), "");
+        if (!rz_obl::g_cpuFeatures.hasAvx2()) continue;
+        ASSERT_EQ(first_difference(c, want, run(kernel.wide, c)), "");
     }
 }
 
@@ -69,9 +68,14 @@ std::string never_met_of_all(const Branches& branches) {
                                "unsigned: limited above"});
 }
 
+TEST(ScanSemicubicRandom, wide_forms_are_compared_here) {
+    if (!rz_obl::g_cpuFeatures.hasAvx2())
+        GTEST_SKIP() << "this processor has no AVX2: scan_semicubic_x_avx2, _y and _z did not run";
+}
+
 TEST(ScanSemicubicRandom, linear_along_z) {
     Branches branches;
-    compare(rz_obl::scan_semicubic_z, rz_reference::scan_semicubic_z, {}, branches);
+    compare(kSemicubicZ, rz_reference::scan_semicubic_z, {}, branches);
     EXPECT_EQ(never_met_of_all(branches), "");
     EXPECT_EQ(branches.never_met({"dropped: end of the raster", "used: just before the end of the raster"}),
               "");
@@ -82,7 +86,7 @@ TEST(ScanSemicubicRandom, linear_along_y) {
     options.slicesBelow = 1;
     options.slicesAbove = 2;
     Branches branches;
-    compare(rz_obl::scan_semicubic_y, rz_reference::scan_semicubic_y, options, branches);
+    compare(kSemicubicY, rz_reference::scan_semicubic_y, options, branches);
     EXPECT_EQ(never_met_of_all(branches), "");
 }
 
@@ -91,12 +95,12 @@ TEST(ScanSemicubicRandom, linear_along_x) {
     options.slicesBelow = 1;
     options.slicesAbove = 2;
     Branches branches;
-    compare(rz_obl::scan_semicubic_x, rz_reference::scan_semicubic_x, options, branches);
+    compare(kSemicubicX, rz_reference::scan_semicubic_x, options, branches);
     EXPECT_EQ(never_met_of_all(branches), "");
 }
 
 // One run over all 32768 fractions along an axis, about four samples that are all least or greatest.
-void compare_every_fraction(Kernel kernel, Reference reference, int axis) {
+void compare_every_fraction(const SemicubicKernel& kernel, Reference reference, int axis) {
     for (int extremes = 0; extremes < 16; ++extremes) {
         SCOPED_TRACE(extremes);
         auto c = blank_scan_case<ScanCase16>(20, 20, 8, 1, 32767);
@@ -111,27 +115,27 @@ void compare_every_fraction(Kernel kernel, Reference reference, int axis) {
         c.columnStep[static_cast<std::size_t>(axis)] = 8;
         Branches branches;
         const auto want = run([&](const auto& args) { reference(args, branches); }, c);
-        ASSERT_EQ(first_difference(c, want, run(kernel, c)), "");
+        ASSERT_EQ(first_difference(c, want, run_forms(kernel, c)), "");
         // The last fraction, 0x7fff, by a start of its own.
         c.planeToIndex[3][axis] = 3.0F + 32767.0F / 32768.0F;
         set_span(c, 0, 0, 1);
         const auto wantLast = run([&](const auto& args) { reference(args, branches); }, c);
-        ASSERT_EQ(first_difference(c, wantLast, run(kernel, c)), "");
+        ASSERT_EQ(first_difference(c, wantLast, run_forms(kernel, c)), "");
     }
 }
 
 TEST(ScanSemicubicFractions, along_x) {
-    compare_every_fraction(rz_obl::scan_semicubic_z, rz_reference::scan_semicubic_z, 0);
-    compare_every_fraction(rz_obl::scan_semicubic_y, rz_reference::scan_semicubic_y, 0);
+    compare_every_fraction(kSemicubicZ, rz_reference::scan_semicubic_z, 0);
+    compare_every_fraction(kSemicubicY, rz_reference::scan_semicubic_y, 0);
 }
 
 TEST(ScanSemicubicFractions, along_y) {
-    compare_every_fraction(rz_obl::scan_semicubic_x, rz_reference::scan_semicubic_x, 1);
+    compare_every_fraction(kSemicubicX, rz_reference::scan_semicubic_x, 1);
 }
 
 TEST(ScanSemicubicFractions, along_z) {
-    compare_every_fraction(rz_obl::scan_semicubic_x, rz_reference::scan_semicubic_x, 2);
-    compare_every_fraction(rz_obl::scan_semicubic_z, rz_reference::scan_semicubic_z, 2);
+    compare_every_fraction(kSemicubicX, rz_reference::scan_semicubic_x, 2);
+    compare_every_fraction(kSemicubicZ, rz_reference::scan_semicubic_z, 2);
 }
 
 }  // namespace

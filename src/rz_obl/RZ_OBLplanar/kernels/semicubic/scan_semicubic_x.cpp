@@ -8,22 +8,18 @@ namespace rz_obl {
 namespace {
 
 /// Cubic along y, then z, in columns xi and xi + 1; linear along x, by 15 bits of the fraction.
-class SemicubicX {
+class SemicubicX : serpentine_source {
   public:
-    explicit SemicubicX(const scan_args_16& args)
-        : slices_(args.slices),
-          width_(args.sourceWidth),
-          offsetFactors_(offset_factors(args.sourceWidth)),
-          interior_(args.sourceWidth, args.sourceHeight) {}
+    using serpentine_source::serpentine_source;
 
     std::int32_t sample(__m128i position) const {
         const __m128i index = index_lanes(position);
-        if (!interior_.contains(index)) return 0;
+        if (!inside.contains(index)) return 0;
 
         const __m128i weights =
             catmull_rom_weights(_mm_shuffle_epi8(fractions_15(position), pick_axes(1, 2)));
-        const short* const* const slice = slices_ + _mm_extract_epi32(index, 2);
-        const std::ptrdiff_t column = corner_offset(index, offsetFactors_, width_) + 1;
+        const short* const* const slice = slices + _mm_extract_epi32(index, 2);
+        const std::ptrdiff_t column = corner_offset(index, offsetFactors, width) + 1;
         const __m128i z01 = along_y(slice[-1] + column, slice[0] + column, weights);
         const __m128i z23 = along_y(slice[1] + column, slice[2] + column, weights);
         const __m128i columns = by_column(_mm_packs_epi32(z01, z23));  // xi: z-1 z z+1 z+2 | xi + 1: the same
@@ -39,7 +35,7 @@ class SemicubicX {
 
     /// Columns xi and xi + 1 of four rows: xi: y-1 y y+1 y+2 | xi + 1: the same.
     __m128i read_columns(const short* samples) const {
-        const std::ptrdiff_t w = width_;
+        const std::ptrdiff_t w = width;
         __m128i pairs = _mm_cvtsi32_si128(read_pair(samples));
         pairs = _mm_insert_epi32(pairs, read_pair(samples + w), 1);
         pairs = _mm_insert_epi32(pairs, read_pair(samples + 2 * w), 2);
@@ -50,11 +46,6 @@ class SemicubicX {
     __m128i along_y(const short* p, const short* q, __m128i weights) const {
         return cubic_poly(read_columns(p), read_columns(q), lower_twice(weights));
     }
-
-    const short* const* slices_;
-    int width_;
-    __m128i offsetFactors_;
-    interior interior_;
 };
 
 }  // namespace

@@ -6,40 +6,12 @@
 
 #include "rz_obl/RZ_OBLplanar/kernels/dirty_bounds.h"
 #include "rz_obl/RZ_OBLplanar/kernels/linear/trilinear_sample.h"
-#include "rz_obl/RZ_OBLplanar/kernels/run_start.h"
-#include "rz_obl/RZ_OBLplanar/kernels/scan_args.h"
+#include "rz_obl/RZ_OBLplanar/kernels/semicubic/serpentine_run.h"
 
 // The walk that the semi-cubic kernels and scan_tricubic share: forward through the slab at one pixel,
 // backward at the next, so that a pixel's first plane lies next to the last plane of the pixel before.
 
 namespace rz_obl {
-
-/// Half a sample in Q18.
-static constexpr std::int32_t kHalfSample = 0x20000;
-
-/// required: quality 3 moves the image by half a sample in x and y, quality 2 does not, and z never moves.
-/// The shift comes before the clamp at 0.
-static inline q18_point serpentine_start(const scan_args_16& args, int row, int column) {
-    const q18_point inPlane = to_q18(plane_position(args.planeToIndex, row, column));
-    const q18_point start = first_slab_plane(inPlane, args.slabSteps, args.slabStep);
-    return clamp_start(args.quality == 3 ? start + q18_point{kHalfSample, kHalfSample, 0} : start);
-}
-
-/// What a mean is cut to.
-struct mean_range {
-    std::int32_t least;
-    std::int32_t greatest;
-};
-
-/// The bit depth counts modulo 32, as the processor's rotation and shift take it.
-static inline mean_range range_of_depth(bool isSigned, int bitDepth) {
-    const std::uint32_t depth = static_cast<std::uint32_t>(bitDepth);
-    if (isSigned) {
-        const std::int32_t half = static_cast<std::int32_t>(std::uint32_t{1} << ((depth - 1) & 31));
-        return {wrap_sub(1, half), wrap_sub(half, 1)};  // required: 1 - H, where the table's kernels have -H
-    }
-    return {0, static_cast<std::int32_t>((std::uint32_t{1} << (depth & 31)) - 1)};
-}
 
 /// required: divided by all planes, dropped ones as well, toward zero.
 static inline std::int32_t mean_of_planes(std::int32_t sum, std::int32_t planes, const mean_range& range) {
@@ -77,12 +49,26 @@ static inline std::ptrdiff_t corner_offset(__m128i index, __m128i offsetFactors,
     return static_cast<std::ptrdiff_t>(_mm_cvtsi128_si32(products)) - sourceWidth - 1;
 }
 
+/// What every sampler of this walk reads.
+struct serpentine_source {
+    explicit serpentine_source(const scan_args_16& args)
+        : slices(args.slices),
+          width(args.sourceWidth),
+          offsetFactors(offset_factors(args.sourceWidth)),
+          inside(args.sourceWidth, args.sourceHeight) {}
+
+    const short* const* slices;
+    int width;
+    __m128i offsetFactors;
+    interior inside;
+};
+
 /// Walks all runs. Sampler(args) has `std::int32_t sample(__m128i position) const`, which gives 0 for a plane
 /// that it drops.
 template <class Sampler>
 static inline void scan_serpentine(const scan_args_16& args) {
     const Sampler sampler(args);
-    const std::int32_t planes = wrap_add(wrap_mul(2, args.slabSteps), 1);
+    const std::int32_t planes = planes_of_slab(args.slabSteps);
     const mean_range range = range_of_depth(args.isSigned, args.bitDepth);
     const __m128i columnStep = position_lanes(q18_step(args.columnStep));
     const __m128i slabStep = position_lanes(q18_step(args.slabStep));

@@ -31,22 +31,18 @@ std::int32_t cubic_by_terms(__m128i p, std::int32_t f) {
 }
 
 /// Cubic along x, y and z over four slices.
-class Tricubic {
+class Tricubic : serpentine_source {
   public:
-    explicit Tricubic(const scan_args_16& args)
-        : slices_(args.slices),
-          width_(args.sourceWidth),
-          offsetFactors_(offset_factors(args.sourceWidth)),
-          interior_(args.sourceWidth, args.sourceHeight) {}
+    using serpentine_source::serpentine_source;
 
     std::int32_t sample(__m128i position) const {
         const __m128i index = index_lanes(position);
-        if (!interior_.contains(index)) return 0;
+        if (!inside.contains(index)) return 0;
 
         const __m128i fractions = fractions_15(position);
         const __m128i weights = catmull_rom_weights(_mm_shuffle_epi8(fractions, pick_axes(0, 1)));
-        const short* const* const slice = slices_ + _mm_extract_epi32(index, 2);
-        const std::ptrdiff_t corner = corner_offset(index, offsetFactors_, width_);
+        const short* const* const slice = slices + _mm_extract_epi32(index, 2);
+        const std::ptrdiff_t corner = corner_offset(index, offsetFactors, width);
         const __m128i z01 = along_x(slice[-1] + corner, slice[0] + corner, weights);
         const __m128i z23 = along_x(slice[1] + corner, slice[2] + corner, weights);
         const __m128i along_y = cubic_poly(z01, z23, upper_twice(weights));  // z-1 z z+1 z+2
@@ -56,16 +52,11 @@ class Tricubic {
   private:
     /// 16-bit lanes: rows y-1, y, y+1, y+2 of slice p | of slice q.
     __m128i along_x(const short* p, const short* q, __m128i weights) const {
-        const std::ptrdiff_t w = width_;
+        const std::ptrdiff_t w = width;
         const __m128i wx = lower_twice(weights);
         return _mm_packs_epi32(cubic_poly(read_quads(p, p + w), read_quads(p + 2 * w, p + 3 * w), wx),
                                cubic_poly(read_quads(q, q + w), read_quads(q + 2 * w, q + 3 * w), wx));
     }
-
-    const short* const* slices_;
-    int width_;
-    __m128i offsetFactors_;
-    interior interior_;
 };
 
 }  // namespace
