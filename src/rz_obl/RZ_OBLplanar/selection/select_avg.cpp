@@ -26,7 +26,7 @@ void scan_semicubic_wide(const scan_args_16& args, int dominantAxis) {
 }
 
 /// Both forms make the same bits.
-void scan_semicubic_widest(const scan_args_16& args, int dominantAxis) {
+void scan_semicubic(const scan_args_16& args, int dominantAxis) {
     if (g_cpuFeatures.hasAvx2()) return scan_semicubic_wide(args, dominantAxis);
     if (dominantAxis == 2) return scan_semicubic_z(args);
     if (dominantAxis == 1) return scan_semicubic_y(args);
@@ -39,8 +39,7 @@ void scan_semicubic_widest(const scan_args_16& args, int dominantAxis) {
 // and SemiCubic means linear
 void scan_avg_12(const scan_args_16& args, const short*** /*fastIndex*/, int dominantAxis) {
     make_x_ascending(args.slabStep);
-    if (static_cast<Quality>(args.quality) == Quality::Cubic)
-        return scan_semicubic_widest(args, dominantAxis);
+    if (static_cast<Quality>(args.quality) == Quality::Cubic) return scan_semicubic(args, dominantAxis);
     return scan_linear_widest(with_quality(args, Quality::Linear));
 }
 
@@ -61,7 +60,7 @@ void scan_avg_12_2(const scan_args_16& args, int dominantAxis) {
     }
     if (q == Quality::SemiCubic) {
         if (log_wanted(kEntry, __LINE__)) JrnGLog.Log("Semi-Cubic MPR");
-        return scan_semicubic_widest(args, dominantAxis);
+        return scan_semicubic(args, dominantAxis);
     }
     if (log_wanted(kEntry, __LINE__)) JrnGLog.Log("Linear MPR");
     return scan_linear_widest(with_quality(args, Quality::Linear));
