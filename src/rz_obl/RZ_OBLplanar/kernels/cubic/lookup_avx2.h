@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "rz_obl/RZ_OBLplanar/kernels/cubic/table_sample.h"
 #include "rz_obl/RZ_OBLplanar/kernels/scan_args.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/cells_avx2.h"
 
@@ -50,45 +51,30 @@ static inline void sort_lanes(cubic_lookup& lookup, const wide_point& p, __m256i
     lookup.borderLanes = lanes_of_mask(lookup.isBorder);
 }
 
-/// Asks for the weights, and for a quarter of the neighbourhood: neighbours in the run ask for the rest.
-__attribute__((always_inline)) static inline void prefetch_lane(const cubic_lookup& lookup, int lane,
-                                                                const scan_args_16& args,
-                                                                const short* weights) {
-    const auto ask = [](const short* samples) __attribute__((always_inline)) {
-        _mm_prefetch(reinterpret_cast<const char*>(samples), _MM_HINT_T0);
-    };
-    const short* entry = weights + lookup.entry[lane];
-    ask(entry);
-    ask(entry + 32);
-    const short* row = args.slices[lookup.slice[lane] + (lane & 3)] + lookup.corner[lane];
-    const std::ptrdiff_t width = args.sourceWidth;
-    ask(row);
-    ask(row + width);
-    ask(row + 2 * width);
-    ask(row + 3 * width);
-}
-
 /// `lanes`: those that are samples at all.
-__attribute__((always_inline)) static inline void look_up(cubic_lookup& lookup, const wide_point& p,
-                                                          __m256i lanes, const scan_args_16& args,
-                                                          const short* weights) {
+static inline void look_up(cubic_lookup& lookup, const wide_point& p, __m256i lanes, const scan_args_16& args,
+                           const short* weights) {
     lookup.position = p;
     sort_lanes(lookup, p, lanes, args.sourceWidth, args.sourceHeight);
-    const __m256i one = _mm256_set1_epi32(1);
     const __m256i fraction = _mm256_set1_epi32(0x3f000);  // its top six bits, without rounding
-    const __m256i entry =
-        _mm256_or_si256(_mm256_or_si256(_mm256_slli_epi32(_mm256_and_si256(p.z, fraction), 6),
-                                        _mm256_and_si256(p.y, fraction)),
-                        _mm256_srli_epi32(_mm256_and_si256(p.x, fraction), 6));
+    const __m256i fz = _mm256_slli_epi32(_mm256_and_si256(p.z, fraction), 6);
+    const __m256i fy = _mm256_and_si256(p.y, fraction);
+    const __m256i fx = _mm256_srli_epi32(_mm256_and_si256(p.x, fraction), 6);
+    const __m256i one = _mm256_set1_epi32(1);
     const __m256i x = _mm256_sub_epi32(_mm256_srai_epi32(p.x, 18), one);
     const __m256i y = _mm256_sub_epi32(_mm256_srai_epi32(p.y, 18), one);
     const __m256i z = _mm256_sub_epi32(_mm256_srai_epi32(p.z, 18), one);
-    const __m256i corner = _mm256_add_epi32(_mm256_mullo_epi32(y, _mm256_set1_epi32(args.sourceWidth)), x);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(lookup.entry), entry);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(lookup.corner), corner);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(lookup.slice), z);
+    const __m256i row = _mm256_mullo_epi32(y, _mm256_set1_epi32(args.sourceWidth));
+    const auto keep = [](std::int32_t to[8], __m256i values) {
+        _mm256_store_si256(reinterpret_cast<__m256i*>(to), values);
+    };
+    keep(lookup.entry, _mm256_or_si256(_mm256_or_si256(fz, fy), fx));
+    keep(lookup.corner, _mm256_add_epi32(row, x));
+    keep(lookup.slice, z);
     for (int lane = 0; lane < 8; ++lane) {
-        if (lookup.tableLanes & (1U << lane)) prefetch_lane(lookup, lane, args, weights);
+        if (!(lookup.tableLanes & (1U << lane))) continue;
+        const short* raster = args.slices[lookup.slice[lane] + lane % 4];
+        prefetch_table_sample(weights + lookup.entry[lane], raster + lookup.corner[lane], args.sourceWidth);
     }
 }
 

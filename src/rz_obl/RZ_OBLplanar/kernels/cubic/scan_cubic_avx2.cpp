@@ -10,8 +10,8 @@ namespace rz_obl {
 namespace {
 
 constexpr int kLanes = 8;
-// Steps of eight samples between a prefetch and its use.
-constexpr int kAhead = 2;
+// Steps of eight samples between a prefetch and its use. Fewer are slower, more do not help.
+constexpr int kAhead = 6;
 
 struct cubic_scan {
     const scan_args_16& args;
@@ -165,7 +165,7 @@ void draw_run(const cubic_scan& scan, const q18_point& start, int columns, short
         __m256i used = _mm256_setzero_si256();
         for (int plane = 0; plane < scan.planes; ++plane) {
             cubic_lookup& lookup = lookups[next];
-            next = (next + 1) % kAhead;
+            next = next + 1 < kAhead ? next + 1 : 0;
             sums = _mm256_add_epi32(sums, table_samples(lookup, scan));
             if (lookup.borderLanes != 0) sums = _mm256_add_epi32(sums, border_samples(lookup, scan));
             used = _mm256_sub_epi32(used, _mm256_or_si256(lookup.isTable, lookup.isBorder));

@@ -4,6 +4,7 @@
 
 #include "rz_obl/RZ_OBLplanar/kernels/cubic/gather_neighbourhood.h"
 #include "rz_obl/RZ_OBLplanar/kernels/position.h"
+#include "rz_obl/RZ_OBLplanar/kernels/prefetch.h"
 
 // A cubic sample: the inner product of a neighbourhood with an entry of the weight table. `static inline`,
 // since wide files include this too.
@@ -16,6 +17,15 @@ static inline const short* weight_entry(const short* weights, const q18_point& p
     const std::int32_t fy = (p.y >> 12) & 63;
     const std::int32_t fx = (p.x >> 12) & 63;
     return weights + ((fz << 18) | (fy << 12) | (fx << 6));
+}
+
+/// Asks for an entry and for four rows of one slice: the samples before and behind in the walk share rows and
+/// ask for the other slices. corner: the first of the rows' samples.
+[[gnu::always_inline]] static inline void prefetch_table_sample(const short* entry, const short* corner,
+                                                                std::ptrdiff_t sourceWidth) {
+    prefetch(entry);
+    prefetch(entry + 32);
+    for (int j = 0; j < 4; ++j) prefetch(corner + j * sourceWidth);
 }
 
 static inline std::int32_t sum_of_lanes(__m128i four) {

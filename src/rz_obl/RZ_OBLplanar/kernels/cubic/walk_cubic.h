@@ -40,13 +40,30 @@ static inline sample_source source_at(const q18_point& p, int sourceWidth, int s
     return sample_source::border;
 }
 
+/// Asks for what a later sample needs. turn: which slice of its neighbourhood.
+[[gnu::always_inline]] static inline void prefetch_at(const q18_point& p, unsigned turn,
+                                                      const scan_args_16& args, const short* weights) {
+    if (source_at(p, args.sourceWidth, args.sourceHeight) != sample_source::table) return;
+    const std::ptrdiff_t row = wrap_mul((p.y >> 18) - 1, args.sourceWidth);
+    const short* raster = args.slices[(p.z >> 18) - 1 + static_cast<int>(turn % 4U)];
+    prefetch_table_sample(weight_entry(weights, p), raster + row + (p.x >> 18) - 1, args.sourceWidth);
+}
+
+/// Columns between a prefetch and its use: about sixteen samples, within the run.
+static inline int columns_ahead(int planes) {
+    return planes > 0 && planes < 16 ? 16 / planes : 1;
+}
+
 template <class MultiplyAdd>
 static inline void walk_cubic(const scan_args_16& args) {
     const int planes = 2 * args.slabSteps + 1;
     const q18_point slabStep = q18_step(args.slabStep);
     const q18_point toNextPixel = q18_step(args.columnStep) - planes * slabStep;
+    const int ahead = columns_ahead(planes);
+    const q18_point toAhead = ahead * q18_step(args.columnStep);
     const depth_limits limits = limits_of_depth(args.isSigned, args.bitDepth);
     const short* weights = g_cubicWeightTable.weights;
+    unsigned turn = 0;
 
     dirty_bounds seen = no_rows_seen(args.rowStride);
     const short* span = args.rowSpans;
@@ -62,6 +79,7 @@ static inline void walk_cubic(const scan_args_16& args) {
             std::int32_t sum = 0;
             int used = 0;
             for (int plane = 0; plane < planes; ++plane) {
+                if (column <= last - ahead) prefetch_at(p + toAhead, turn++, args, weights);
                 const sample_source source = source_at(p, args.sourceWidth, args.sourceHeight);
                 if (source == sample_source::table) {
                     sum += table_sample<MultiplyAdd>(args.slices, p, args.sourceWidth, weights, args.isSigned,
