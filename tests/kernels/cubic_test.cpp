@@ -284,6 +284,17 @@ TEST_P(Cubic, overshoot_clamp_keeps_an_edge_within_its_samples) {
     }
 }
 
+TEST_P(Cubic, overshoot_clamp_of_unsigned_samples_above_32767_keeps_16_bits) {
+    // 40000 counts as -25536 in the sum, is raised to 0 and by the clamp to 40000 again, of which 16 bits are
+    // -25536 once more: the pixel is raised to 0.
+    rz_obl::OvershootClamp = true;
+    ScanCase16 c = row_case(2, 4.0F, 5.0F, 2.0F);
+    fill_all(c, static_cast<short>(40000 - 65536));
+    c.isSigned = false;
+    c.bitDepth = 16;
+    EXPECT_EQ(scan(c).output.data()[0], 0);
+}
+
 TEST_P(Cubic, overshoot_clamp_does_not_apply_to_border_samples) {
     // At z = -0.25 a border sample extrapolates: 100 x 1.25 - 200 x 0.25 = 75, below both.
     rz_obl::OvershootClamp = true;

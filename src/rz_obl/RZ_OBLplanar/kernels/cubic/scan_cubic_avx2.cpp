@@ -18,7 +18,6 @@ struct cubic_scan {
     const short* weights;
     depth_limits limits;
     int planes;
-    q18_point columnStep;
     wide_point lanes;        // of eight columns, from the first
     wide_point toNextBlock;  // by eight columns
     wide_point toNextPlane;
@@ -190,7 +189,6 @@ void scan_cubic_avx2(const scan_args_16& args) {
                              g_cubicWeightTable.weights,
                              limits_of_depth(args.isSigned, args.bitDepth),
                              2 * args.slabSteps + 1,
-                             columnStep,
                              multiples(lanes, columnStep),
                              in_all_lanes(kLanes * columnStep),
                              in_all_lanes(q18_step(args.slabStep))};
