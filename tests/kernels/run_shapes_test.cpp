@@ -10,9 +10,9 @@
 #include "tests/support/branches.h"
 #include "tests/support/scan_case.h"
 
-// Runs along one source row per plane, as axial and coronal pictures have them, whole samples and fractions:
-// the wide kernels have ways of their own for these, which general cases seldom meet. Rasters are exactly as
-// large as they must be.
+// Runs along one source row per plane, as axial and coronal pictures have them, whole samples and fractions,
+// and runs of sagittal pictures, whose planes lie side by side: the wide kernels have ways of their own for
+// these, which general cases seldom meet. Rasters are exactly as large as they must be.
 
 namespace {
 
@@ -64,7 +64,9 @@ float coordinate(Random& random, int least, int greatest, bool whole) {
 
 ScanCase16 make_case(Seed seed, Branches& branches) {
     Random random(seed);
-    const int width = random.once_in(5) ? random.between(2, 9) : random.between(10, 700);
+    const int width = random.once_in(5)    ? random.between(2, 9)
+                      : random.once_in(20) ? random.between(1030, 1400)
+                                           : random.between(10, 700);
     const int height = random.between(2, 6);
     const int depth = random.between(1, 8);
     const int rows = random.between(1, 6);
@@ -116,6 +118,7 @@ void make_spans(ScanCase16& c, int columnFactor, Branches& branches) {
             args.rowSpans[2 * row] = static_cast<short>(first);
             args.rowSpans[2 * row + 1] = static_cast<short>(last);
             const int columns = last - first + 1;
+            if (columns > 1024) branches.met("more than one chunk of columns");
             if (columns > 512) branches.met("more than one chunk");
             if (columns > 16 && columns % 16 != 0) branches.met("last block moved back");
             if (columns > 1 && columns < 16) branches.met("fewer than sixteen columns");
@@ -127,12 +130,60 @@ void make_spans(ScanCase16& c, int columnFactor, Branches& branches) {
     c.spans = run(measure, c).spans;
 }
 
+/// Columns go through rows and slices by whole samples, planes through adjacent samples of a row.
+ScanCase16 make_segment_case(Seed seed, Branches& branches) {
+    Random random(seed);
+    const int width = random.between(8, 90);
+    const int height = random.between(2, 40);
+    const int depth = random.between(2, 20);
+    auto c = blank_scan_case<ScanCase16>(width, height, depth, random.between(1, 4), random.between(2, 40));
+    c.seed = seed;
+    for (auto& raster : c.rasters) fill_nasty(random, raster.data(), raster.size(), random.once_in(2), 16);
+    c.bounds = {1000, -1, 1000, -1};
+
+    const int x = random.once_in(3) ? random.between(-3, 3) : 0;
+    const int y = random.between(-2, 2);
+    const int z = random.between(-2, 2);
+    c.columnStep = {x * kOne, y * kOne, z * kOne};
+    c.slabSteps = random.between(0, std::min(24, (width - 2) / 2));
+    c.slabStep = {random.once_in(8) ? kOne + random.between(-8, 8) : kOne, 0, 0};
+    if (random.once_in(8)) c.slabStep[1] = random.between(-1, 1) * kOne;
+    const bool fraction = random.once_in(6);
+    const int planes = 2 * c.slabSteps + 1;
+    branches.met(c.slabStep != std::array<int, 3>{kOne, 0, 0} ? "planes not side by side"
+                 : fraction                                   ? "start between samples"
+                 : planes == 1                                ? "one plane"
+                 : planes < 16                                ? "fewer than sixteen planes"
+                 : planes == 17                               ? "seventeen planes"
+                 : planes > 32                                ? "more than thirty-two planes"
+                                                              : "more than sixteen planes");
+
+    const int span[3] = {width, height, depth};
+    for (std::size_t k = 0; k < 3; ++k) {
+        c.planeToIndex[0][k] = static_cast<float>(c.columnStep[k]) / static_cast<float>(kOne);
+        c.planeToIndex[1][k] = k == 0 ? 0.0F : static_cast<float>(random.between(0, 1));
+        // the start goes back by slabSteps
+        const int least = k == 0 ? c.slabSteps : 0;
+        const int greatest = k == 0 ? width - 2 - c.slabSteps : span[k] - 2;
+        c.planeToIndex[3][k] = coordinate(random, least, greatest, !fraction);
+    }
+    if (random.once_in(3)) c.planeToIndex[3][1] += 5.0F / static_cast<float>(kOne);
+    return c;
+}
+
+std::string segments_never_met(const Branches& branches) {
+    return branches.never_met({"planes not side by side", "start between samples", "one plane",
+                               "fewer than sixteen planes", "seventeen planes", "more than sixteen planes",
+                               "more than thirty-two planes"});
+}
+
 std::string never_met(const Branches& branches) {
     return branches.never_met(
         {"step of one sample", "step of one sample down", "step of two samples", "step above two samples",
          "step with a fraction", "slab steps of whole samples", "slab steps with fractions",
          "start on the grid", "start on the grid but for unused bits", "more than one chunk",
-         "last block moved back", "fewer than sixteen columns", "from the raster's edge"});
+         "more than one chunk of columns", "last block moved back", "fewer than sixteen columns",
+         "from the raster's edge"});
 }
 
 TEST(RunShapes, linear_along_rows) {
@@ -164,6 +215,38 @@ TEST(RunShapes, maximum_and_minimum_along_rows) {
                 << (fast ? "fast" : "every column");
         }
         EXPECT_EQ(never_met(branches), "");
+    }
+}
+
+TEST(RunShapes, linear_of_planes_side_by_side) {
+    Branches branches;
+    Branches unused;
+    for (const Seed seed : seeds(6000)) {
+        auto c = make_segment_case(seed, branches);
+        make_spans(c, 1, unused);
+        const auto reference = [&](const rz_obl::scan_args_16& a) { rz_reference::scan_linear(a, unused); };
+        const auto want = run(reference, c);
+        ASSERT_EQ(first_difference(c, want, run(rz_obl::scan_linear, c)), "");
+        if (!rz_obl::g_cpuFeatures.hasAvx2()) continue;
+        ASSERT_EQ(first_difference(c, want, run(rz_obl::scan_linear_avx2, c)), "");
+    }
+    EXPECT_EQ(segments_never_met(branches), "");
+}
+
+TEST(RunShapes, maximum_and_minimum_of_planes_side_by_side) {
+    for (const NamedKernel& k : kernels_here()) {
+        SCOPED_TRACE(k.name);
+        Branches branches;
+        Branches unused;
+        for (const Seed seed : seeds(3000)) {
+            auto c = make_segment_case(seed, branches);
+            const bool fast = seed % 3 == 0;
+            make_spans(c, fast ? 2 : 1, unused);
+            const auto want = run([&](const auto& a) { k.reference(a, fast, unused); }, c);
+            ASSERT_EQ(first_difference(c, want, run([&](const auto& a) { k.kernel(a, fast); }, c)), "")
+                << (fast ? "fast" : "every column");
+        }
+        EXPECT_EQ(segments_never_met(branches), "");
     }
 }
 

@@ -2,7 +2,8 @@
 #include "rz_obl/RZ_OBLplanar/kernels/linear/scan_linear.h"
 #include "rz_obl/RZ_OBLplanar/kernels/run_start.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/cells_avx2.h"
-#include "rz_obl/RZ_OBLplanar/kernels/wide/run_shape_avx2.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/row_columns_avx2.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/segments_avx2.h"
 
 namespace rz_obl {
 namespace {
@@ -86,24 +87,42 @@ void draw_anywhere(const linear_scan& scan, const linear_run* runs, int count) {
     for (int done = 0; done < longest; done += kLanes) draw_block(scan, runs, count, done);
 }
 
-void draw_along_row(const linear_scan& scan, const linear_run& run) {
+inline __m256i sample_of(const row_lines& lines, const row_columns& columns) {
+    return interpolate_cells(cells_of(lines, columns), weights_of(lines, columns));
+}
+
+/// Columns `done` to done + count - 1 of a single plane.
+void copy_along_row(const linear_scan& scan, const linear_run& run, int done, int count, row_chunk& chunk) {
+    const row_lines lines = lines_at(scan.source, run.start);
+    make_columns(scan.source, (run.start + done * scan.source.pixelStep).x, count, chunk);
+    for (int b = 0; b < blocks_of(count); ++b) {
+        store_lanes(sample_of(lines, chunk.blocks[b]), count - 8 * b, run.output + done + 8 * b);
+    }
+}
+
+void draw_along_row(const linear_scan& scan, const linear_run& run, row_chunk& chunk) {
     const wide_source& source = scan.source;
-    for (int done = 0; done < run.columns; done += kLanes) {
+    for (int done = 0; done < run.columns; done += kRowChunk) {
         const int left = run.columns - done;
-        wide_point position = in_all_lanes(run.start + done * source.pixelStep) + lanes_of(scan, left);
-        row_window window = window_of(position.x, source.width);
-        q18_point p = run.start;
-        __m256i sum = _mm256_setzero_si256();
-        for (int plane = 0; plane < source.planes; ++plane) {
-            const wide_cells cells = cells_of_rows(source, window, p.y, p.z);
-            sum = _mm256_add_epi32(sum, interpolate_cells(cells, position));
-            position = position + scan.toNextPlane;
-            p = p + source.slabStep;
-            if (source.slabStep.x != 0 && plane + 1 < source.planes) {
-                window = window_of(position.x, source.width);
-            }
+        const int count = left < kRowChunk ? left : kRowChunk;
+        if (source.planes == 1) {
+            copy_along_row(scan, run, done, count, chunk);
+            continue;
         }
-        store_means(scan, sum, left, run.output + done);
+        __m256i sums[kRowChunk / kLanes];
+        for (int b = 0; b < blocks_of(count); ++b) sums[b] = _mm256_setzero_si256();
+        q18_point p = run.start + done * source.pixelStep;
+        for (int plane = 0; plane < source.planes; ++plane) {
+            make_columns(source, p.x, count, chunk);
+            const row_lines lines = lines_at(source, p);
+            for (int b = 0; b < blocks_of(count); ++b) {
+                sums[b] = _mm256_add_epi32(sums[b], sample_of(lines, chunk.blocks[b]));
+            }
+            p = p + source.slabStep;
+        }
+        for (int b = 0; b < blocks_of(count); ++b) {
+            store_lanes(rounded_means(sums[b], scan.count), count - 8 * b, run.output + done + 8 * b);
+        }
     }
 }
 
@@ -158,6 +177,29 @@ void copy_on_grid(const linear_scan& scan, const linear_run& run) {
     }
 }
 
+/// A pixel for each segment of `planes` adjacent samples.
+void draw_segments(const linear_scan& scan, const linear_run& run) {
+    const wide_source& source = scan.source;
+    q18_point p = run.start;
+    if (source.planes == 1) {
+        for (int column = 0; column < run.columns; ++column) {
+            run.output[column] = static_cast<short>(grid_sample(*segment_at(source, p)));
+            p = p + source.pixelStep;
+        }
+        return;
+    }
+    alignas(32) std::int32_t sums[kLanes] = {};
+    for (int column = 0; column < run.columns; ++column) {
+        const int lane = column % kLanes;
+        sums[lane] = sum_of_segment(segment_at(source, p), source.planes);
+        p = p + source.pixelStep;
+        if (lane == kLanes - 1 || column == run.columns - 1) {
+            const __m256i eight = _mm256_load_si256(reinterpret_cast<const __m256i*>(sums));
+            store_lanes(rounded_means(eight, scan.count), lane + 1, run.output + column - lane);
+        }
+    }
+}
+
 }  // namespace
 
 void scan_linear_avx2(const scan_args_16& args) {
@@ -172,6 +214,8 @@ void scan_linear_avx2(const scan_args_16& args) {
     dirty_bounds seen = no_rows_seen(args.rowStride);
     linear_run runs[kRows];
     int count = 0;
+    row_chunk chunk;
+    chunk.columns = 0;
     for (int row = 0; row < args.rowCount; ++row) {
         const int first = args.rowSpans[2 * static_cast<std::ptrdiff_t>(row)];
         const int last = args.rowSpans[2 * static_cast<std::ptrdiff_t>(row) + 1];
@@ -186,7 +230,10 @@ void scan_linear_avx2(const scan_args_16& args) {
                 scan.source.planes == 1 ? copy_on_grid(scan, run) : draw_on_grid(scan, run);
                 break;
             case kAlongRow:
-                draw_along_row(scan, run);
+                draw_along_row(scan, run, chunk);
+                break;
+            case kSegments:
+                draw_segments(scan, run);
                 break;
             case kAnywhere:
                 if (++count == kRows) {

@@ -1,6 +1,7 @@
 #include "rz_obl/RZ_OBLplanar/kernels/max_min/scan_max_min.h"
-#include "rz_obl/RZ_OBLplanar/kernels/wide/run_shape_avx2.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/row_columns_avx2.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/run_walk_avx2.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/segments_avx2.h"
 
 // A maximum depends neither on the order of planes nor on the memory of the last winner: a sample never
 // exceeds its greatest neighbour, but for raw samples of -32768, which give -32767 and so lose to any seed.
@@ -19,16 +20,17 @@ struct maximum_scan {
     __m256i offsetFactors;
     wide_point lanes;
     wide_point toNextPlane;
+    row_chunk* chunk;
 };
 
 inline __m256i greatest_raw(const wide_cells& c) {
     return _mm256_max_epi16(_mm256_max_epi16(c.p0, c.p1), _mm256_max_epi16(c.q0, c.q1));
 }
 
-inline __m256i improved(__m256i best, const wide_cells& cells, const wide_point& position) {
+/// Whether some raw sample lies above what its column has.
+inline bool may_improve(__m256i best, const wide_cells& cells) {
     const __m256i beyond = _mm256_cmpgt_epi16(greatest_raw(cells), in_both_halves(best));
-    if (_mm256_testz_si256(beyond, beyond) != 0) return best;
-    return _mm256_max_epi32(best, interpolate_cells(cells, position));
+    return _mm256_testz_si256(beyond, beyond) == 0;
 }
 
 inline wide_point lanes_of(const maximum_scan& scan, int columns) {
@@ -54,7 +56,9 @@ void draw_block(const maximum_scan& scan, const wide_run* const* runs, int count
             if (runs[r]->columns <= done) continue;
             const wide_cells cells =
                 gather_cells(scan.source.slices, position[r], scan.offsetFactors, scan.source.width);
-            best[r] = improved(best[r], cells, position[r]);
+            if (may_improve(best[r], cells)) {
+                best[r] = _mm256_max_epi32(best[r], interpolate_cells(cells, position[r]));
+            }
             position[r] = position[r] + scan.toNextPlane;
         }
     }
@@ -70,23 +74,41 @@ void draw_anywhere(const maximum_scan& scan, const wide_run* const* runs, int co
     for (int done = 0; done < longest; done += kLanes) draw_block(scan, runs, count, done);
 }
 
-void draw_along_row(const maximum_scan& scan, const wide_run& run) {
+void draw_along_row(const maximum_scan& scan, const wide_run& run, row_chunk& chunk) {
     const wide_source& source = scan.source;
-    for (int done = 0; done < run.columns; done += kLanes) {
+    for (int done = 0; done < run.columns; done += kRowChunk) {
         const int left = run.columns - done;
-        wide_point position = in_all_lanes(run.start + done * source.pixelStep) + lanes_of(scan, left);
-        row_window window = window_of(position.x, source.width);
-        q18_point p = run.start;
-        __m256i best = load_pixels(pixel_at(scan, run, done), left, scan.stride);
-        for (int plane = 0; plane < source.planes; ++plane) {
-            best = improved(best, cells_of_rows(source, window, p.y, p.z), position);
-            position = position + scan.toNextPlane;
-            p = p + source.slabStep;
-            if (source.slabStep.x != 0 && plane + 1 < source.planes) {
-                window = window_of(position.x, source.width);
-            }
+        const int count = left < kRowChunk ? left : kRowChunk;
+        __m256i best[kRowChunk / kLanes];
+        for (int b = 0; b < blocks_of(count); ++b) {
+            best[b] = load_pixels(pixel_at(scan, run, done + 8 * b), count - 8 * b, scan.stride);
         }
-        store_pixels(best, pixel_at(scan, run, done), left, scan.stride);
+        q18_point p = run.start + done * source.pixelStep;
+        for (int plane = 0; plane < source.planes; ++plane) {
+            make_columns(source, p.x, count, chunk);
+            const row_lines lines = lines_at(source, p);
+            for (int b = 0; b < blocks_of(count); ++b) {
+                const wide_cells cells = cells_of(lines, chunk.blocks[b]);
+                if (!may_improve(best[b], cells)) continue;
+                const wide_weights weights = weights_of(lines, chunk.blocks[b]);
+                best[b] = _mm256_max_epi32(best[b], interpolate_cells(cells, weights));
+            }
+            p = p + source.slabStep;
+        }
+        for (int b = 0; b < blocks_of(count); ++b) {
+            store_pixels(best[b], pixel_at(scan, run, done + 8 * b), count - 8 * b, scan.stride);
+        }
+    }
+}
+
+/// The sample of the greatest raw one of each segment of `planes` adjacent samples.
+void draw_segments(const maximum_scan& scan, const wide_run& run) {
+    q18_point p = run.start;
+    for (int column = 0; column < run.columns; ++column) {
+        const int sample = grid_sample(greatest_of_segment(segment_at(scan.source, p), scan.source.planes));
+        short* const pixel = pixel_at(scan, run, column);
+        if (*pixel < sample) *pixel = static_cast<short>(sample);
+        p = p + scan.source.pixelStep;
     }
 }
 
@@ -140,10 +162,13 @@ void draw_runs(const void* opaque, const wide_run* runs, int count) {
                     draw_on_grid(scan, runs[r]);
                     break;
                 }
-                draw_along_row(scan, runs[r]);
+                draw_along_row(scan, runs[r], *scan.chunk);
                 break;
             case kAlongRow:
-                draw_along_row(scan, runs[r]);
+                draw_along_row(scan, runs[r], *scan.chunk);
+                break;
+            case kSegments:
+                draw_segments(scan, runs[r]);
                 break;
             case kAnywhere:
                 anywhere[rows++] = &runs[r];
@@ -162,6 +187,9 @@ void scan_max(const scan_args_16& args, bool fast, bool pixelMajor) {
     scan.offsetFactors = wide_offset_factors(args.sourceWidth);
     scan.lanes = multiples(lane_numbers(kLanes), scan.source.pixelStep);
     scan.toNextPlane = in_all_lanes(scan.source.slabStep);
+    row_chunk chunk;
+    chunk.columns = 0;
+    scan.chunk = &chunk;
     walk_wide_rows(args, fast, {draw_runs, &scan, kRows, fill_columns_max, fill_rows_max});
 }
 

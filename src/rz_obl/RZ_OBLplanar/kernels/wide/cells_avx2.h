@@ -99,9 +99,9 @@ static inline __m256i weight_pairs(__m256i coordinate) {
     return _mm256_or_si256(_mm256_xor_si256(f, mask), _mm256_slli_epi32(f, 16));
 }
 
-/// One stage: a (1 - f) + b f, cut by 15 bits; it cannot leave 16 bits, so that saturation never shows.
+/// One stage before its cut: a (1 - f) + b f.
 static inline __m256i weigh(__m256i pairs, __m256i weights) {
-    return _mm256_srai_epi32(_mm256_madd_epi16(pairs, weights), 15);
+    return _mm256_madd_epi16(pairs, weights);
 }
 
 /// Low 16 bits of a and of b as pairs.
@@ -109,13 +109,32 @@ static inline __m256i as_pairs(__m256i a, __m256i b) {
     return _mm256_blend_epi16(a, _mm256_slli_epi32(b, 16), 0xaa);
 }
 
+/// Two stages cut by 15 bits, as pairs for the next one. A cut stage cannot leave 16 bits, so that saturation
+/// never shows and bits 15 to 30 are all of it.
+static inline __m256i cut_to_pairs(__m256i a, __m256i b) {
+    return _mm256_blend_epi16(_mm256_srli_epi32(a, 15), _mm256_slli_epi32(b, 1), 0xaa);
+}
+
+/// Weights of the three stages.
+struct wide_weights {
+    __m256i x;
+    __m256i y;
+    __m256i z;
+};
+
+static inline wide_weights weights_at(const wide_point& position) {
+    return {weight_pairs(position.x), weight_pairs(position.y), weight_pairs(position.z)};
+}
+
 /// Eight samples, sign-extended to 32 bits. Stages x, y, z.
+static inline __m256i interpolate_cells(const wide_cells& cells, const wide_weights& weights) {
+    const __m256i p = weigh(cut_to_pairs(weigh(cells.p0, weights.x), weigh(cells.p1, weights.x)), weights.y);
+    const __m256i q = weigh(cut_to_pairs(weigh(cells.q0, weights.x), weigh(cells.q1, weights.x)), weights.y);
+    return _mm256_srai_epi32(weigh(cut_to_pairs(p, q), weights.z), 15);
+}
+
 static inline __m256i interpolate_cells(const wide_cells& cells, const wide_point& position) {
-    const __m256i wx = weight_pairs(position.x);
-    const __m256i wy = weight_pairs(position.y);
-    const __m256i p = weigh(as_pairs(weigh(cells.p0, wx), weigh(cells.p1, wx)), wy);
-    const __m256i q = weigh(as_pairs(weigh(cells.q0, wx), weigh(cells.q1, wx)), wy);
-    return weigh(as_pairs(p, q), weight_pairs(position.z));
+    return interpolate_cells(cells, weights_at(position));
 }
 
 }  // namespace rz_obl
