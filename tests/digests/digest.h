@@ -41,7 +41,7 @@ void kernel_digests(Forms forms);
 /// Whole requests through the exported functions, on the path that the processor takes.
 void planar_digests();
 void curved_digests();
-void slab_digests();
+void slab_digests(Forms forms);
 void service_digests();
 /// Splines, boxes, planes and matrices.
 void geometry_digests();

@@ -62,10 +62,11 @@ int main(int argc, char** argv) {
         return 3;
     }
     JrnGLog.SetThreshold(-1);  // refused requests are part of the cases
-    kernel_digests(what == "wide" ? Forms::kWide : Forms::kNarrow);
+    const Forms forms = what == "wide" ? Forms::kWide : Forms::kNarrow;
+    kernel_digests(forms);
     planar_digests();
     curved_digests();
-    slab_digests();
+    slab_digests(forms);
     service_digests();
     geometry_digests();
     return 0;

@@ -3,6 +3,7 @@
 #include "tests/digests/digest.h"
 #include "tests/slabs/multi_slice_case.h"
 #include "tests/slabs/subtraction_case.h"
+#include "tests/slabs/wide_forms.h"
 
 namespace rz_digests {
 namespace {
@@ -29,7 +30,8 @@ void subtraction(const char* name, int leastDepth, int greatestDepth) {
 
 }  // namespace
 
-void slab_digests() {
+void slab_digests(Forms forms) {
+    let_wide_forms(forms == Forms::kWide);
     Digest digest;
     for (Seed seed = 1; seed <= kCalls; ++seed) {
         MultiSliceCase c(seed);

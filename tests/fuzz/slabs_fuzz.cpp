@@ -2,8 +2,9 @@
 #include "tests/fuzz/fuzz.h"
 #include "tests/slabs/multi_slice_case.h"
 #include "tests/slabs/subtraction_case.h"
+#include "tests/slabs/wide_forms.h"
 
-// Combination and subtraction of slices, and their plain forms.
+// Combination and subtraction of slices: each path and the plain form.
 
 namespace {
 
@@ -14,10 +15,13 @@ constexpr Seed kSeed = 1;
 void combine() {
     Branches unused;
     MultiSliceCase want(kSeed);
-    MultiSliceCase got(kSeed);
     const int expected = want.run_reference(unused);
-    rz_fuzz::stop_unless(got.run() == expected, "the result of a combination");
-    rz_fuzz::stop_at(MultiSliceCase::first_difference(want, got));
+    for (const bool wide : {false, true}) {
+        let_wide_forms(wide);
+        MultiSliceCase got(kSeed);
+        rz_fuzz::stop_unless(got.run() == expected, "the result of a combination");
+        rz_fuzz::stop_at(MultiSliceCase::first_difference(want, got));
+    }
 }
 
 template <class Sample>
@@ -25,10 +29,13 @@ void subtract(int depth) {
     Branches unused;
     const SubtractionOptions options;
     SubtractionCase<Sample> want(kSeed, depth, options);
-    SubtractionCase<Sample> got(kSeed, depth, options);
     const int expected = want.run_reference(unused);
-    rz_fuzz::stop_unless(got.run() == expected, "the result of a subtraction");
-    rz_fuzz::stop_at(SubtractionCase<Sample>::first_difference(want, got));
+    for (const bool wide : {false, true}) {
+        let_wide_forms(wide);
+        SubtractionCase<Sample> got(kSeed, depth, options);
+        rz_fuzz::stop_unless(got.run() == expected, "the result of a subtraction");
+        rz_fuzz::stop_at(SubtractionCase<Sample>::first_difference(want, got));
+    }
 }
 
 }  // namespace

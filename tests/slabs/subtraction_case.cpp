@@ -51,6 +51,7 @@ SubtractionCase<Sample>::SubtractionCase(Seed caseSeed, int depth, const Subtrac
     Random random(seed);
     rows = random.between(1, random.once_in(3) ? options.mostRows : std::min(6, options.mostRows));
     columns = random.between(1, random.once_in(2) ? 70 : 20);
+    if (random.once_in(6)) columns = random.between(60, 300);
     isSigned = random.once_in(2);
 
     const int count = random.between(1, options.mostSlices);

@@ -72,7 +72,7 @@ TEST(SubtractionRandom, depths_that_nobody_computes) {
     for (const int depth : {-8, 0, 7, 17, 32}) {
         options.leastBitDepth = depth;
         options.greatestBitDepth = depth;
-        compare_all(200, options, branches);
+        compare_all(500, options, branches);
     }
     EXPECT_EQ(branches.never_met({"no such depth", "refused"}), "");
 }

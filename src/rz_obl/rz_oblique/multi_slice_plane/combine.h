@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "rz_obl/rz_oblique/rz_oblique.h"
@@ -19,5 +20,14 @@ void combine_mean(const std::vector<const short*>& rasters, int count, double fa
 void update_mean(const short* previous, int previousCount, const std::vector<const short*>& entering,
                  const std::vector<const short*>& leaving, int count, bool isSigned, double factor,
                  short* output);
+
+/// Whether blocks over a raster and over the output touch the same memory, overruns included.
+static inline bool overlap(const short* raster, const short* output, std::int64_t count) {
+    constexpr std::int64_t kOverrun = 8;
+    const auto a = reinterpret_cast<std::uintptr_t>(raster);
+    const auto b = reinterpret_cast<std::uintptr_t>(output);
+    const auto bytes = static_cast<std::uintptr_t>(count + kOverrun) * sizeof(short);
+    return a < b + bytes && b < a + bytes;
+}
 
 }  // namespace rz_obl

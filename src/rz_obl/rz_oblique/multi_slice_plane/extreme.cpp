@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 #include "rz_obl/rz_oblique/multi_slice_plane/combine.h"
+#include "rz_obl/rz_oblique/multi_slice_plane/wide_blocks.h"
 
 namespace {
 
@@ -31,13 +33,6 @@ struct GreatestSigned {
 struct GreatestUnsigned {
     static __m128i pick(__m128i a, __m128i b) { return _mm_max_epu16(a, b); }
 };
-
-bool overlap(const short* raster, const short* output, std::int64_t count) {
-    const auto a = reinterpret_cast<std::uintptr_t>(raster);
-    const auto b = reinterpret_cast<std::uintptr_t>(output);
-    const auto bytes = static_cast<std::uintptr_t>(count + kBlock) * sizeof(short);
-    return a < b + bytes && b < a + bytes;
-}
 
 /// Raster by raster over samples begin to end; the last block is taken whole.
 template <class Rule>
@@ -70,18 +65,18 @@ void fold_by_four(const std::vector<const short*>& rasters, std::int64_t begin, 
     fold<Rule>(rasters, r, begin, end, output);
 }
 
+/// Where the output overwrites a raster that is still to come, only the plain order gives the plain result.
 template <class Rule>
-void combine(const std::vector<const short*>& rasters, std::int64_t count, short* output) {
-    bool aliased = false;
-    for (const short* raster : rasters) aliased = aliased || overlap(raster, output, count);
-    if (aliased) {
-        // The output overwrites a raster that is still to come: only the plain order gives the plain result.
-        std::memmove(output, rasters[0], static_cast<std::size_t>(count) * sizeof(short));
-        fold<Rule>(rasters, 1, 0, count, output);
-        return;
-    }
+void combine_in_order(const std::vector<const short*>& rasters, std::int64_t count, short* output) {
+    std::memmove(output, rasters[0], static_cast<std::size_t>(count) * sizeof(short));
+    fold<Rule>(rasters, 1, 0, count, output);
+}
+
+/// Samples from `done` on.
+template <class Rule>
+void combine(const std::vector<const short*>& rasters, std::int64_t done, std::int64_t count, short* output) {
     const std::int64_t whole = count / kBlock * kBlock;
-    for (std::int64_t begin = 0; begin < whole; begin += kChunk) {
+    for (std::int64_t begin = done; begin < whole; begin += kChunk) {
         const std::int64_t end = begin + kChunk < whole ? begin + kChunk : whole;
         std::memcpy(output + begin, rasters[0] + begin,
                     static_cast<std::size_t>(end - begin) * sizeof(short));
@@ -99,11 +94,26 @@ void combine(const std::vector<const short*>& rasters, std::int64_t count, short
 
 void rz_obl::combine_extreme(const std::vector<const short*>& rasters, int count, bool greatest,
                              bool isSigned, short* output) {
+    bool aliased = false;
+    for (const short* raster : rasters) aliased = aliased || overlap(raster, output, count);
+    if (aliased) {
+        if (greatest) {
+            isSigned ? combine_in_order<GreatestSigned>(rasters, count, output)
+                     : combine_in_order<GreatestUnsigned>(rasters, count, output);
+        } else {
+            isSigned ? combine_in_order<LeastSigned>(rasters, count, output)
+                     : combine_in_order<LeastUnsigned>(rasters, count, output);
+        }
+        return;
+    }
+    const raster_list list{rasters.data(), rasters.size()};
+    const int done =
+        g_cpuFeatures.hasAvx2() ? extreme_blocks_avx2(list, count, greatest, isSigned, output) : 0;
     if (greatest) {
-        isSigned ? combine<GreatestSigned>(rasters, count, output)
-                 : combine<GreatestUnsigned>(rasters, count, output);
+        isSigned ? combine<GreatestSigned>(rasters, done, count, output)
+                 : combine<GreatestUnsigned>(rasters, done, count, output);
     } else {
-        isSigned ? combine<LeastSigned>(rasters, count, output)
-                 : combine<LeastUnsigned>(rasters, count, output);
+        isSigned ? combine<LeastSigned>(rasters, done, count, output)
+                 : combine<LeastUnsigned>(rasters, done, count, output);
     }
 }

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 #include "rz_obl/rz_oblique/multi_slice_plane/combine.h"
+#include "rz_obl/rz_oblique/multi_slice_plane/wide_blocks.h"
 
 namespace {
 
@@ -25,11 +27,25 @@ void finish(__m128i sum, __m128d factor, short* output) {
     _mm_storel_epi64(reinterpret_cast<__m128i*>(output), _mm_shuffle_epi8(ints, pick));
 }
 
+/// Blocks of any width do the same unless one writes what a later one reads.
+bool apart(const short* raster, const short* output, int count) {
+    return raster == output || !rz_obl::overlap(raster, output, count);
+}
+
+bool apart(const std::vector<const short*>& rasters, const short* output, int count) {
+    for (const short* raster : rasters) {
+        if (!apart(raster, output, count)) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 void rz_obl::combine_mean(const std::vector<const short*>& rasters, int count, double factor, short* output) {
     const __m128d scale = _mm_set1_pd(factor);
-    for (std::int64_t i = 0; i < count; i += kBlock) {
+    const bool wide = g_cpuFeatures.hasAvx2() && apart(rasters, output, count);
+    const int done = wide ? mean_blocks_avx2({rasters.data(), rasters.size()}, count, factor, output) : 0;
+    for (std::int64_t i = done; i < count; i += kBlock) {
         __m128i sum = _mm_setzero_si128();
         for (const short* raster : rasters) sum = _mm_add_epi32(sum, widen(raster + i));
         finish(sum, scale, output + i);
@@ -41,7 +57,13 @@ void rz_obl::update_mean(const short* previous, int previousCount, const std::ve
                          short* output) {
     const __m128d scale = _mm_set1_pd(factor);
     const __m128i planes = _mm_set1_epi32(previousCount);
-    for (std::int64_t i = 0; i < count; i += kBlock) {
+    const bool wide = g_cpuFeatures.hasAvx2() && apart(previous, output, count) &&
+                      apart(entering, output, count) && apart(leaving, output, count);
+    const int done =
+        wide ? update_blocks_avx2(previous, previousCount, {entering.data(), entering.size()},
+                                  {leaving.data(), leaving.size()}, count, isSigned, factor, output)
+             : 0;
+    for (std::int64_t i = done; i < count; i += kBlock) {
         __m128i sum = _mm_mullo_epi32(widen(previous + i), planes);
         for (const short* raster : entering) sum = _mm_add_epi32(sum, widen(raster + i));
         for (const short* raster : leaving) sum = _mm_sub_epi32(sum, widen(raster + i));

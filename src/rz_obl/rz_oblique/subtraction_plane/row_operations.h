@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "rz_obl/rz_oblique/subtraction_plane/remainder_start.h"
+
 namespace rz_obl {
 
 /// Weights of the four neighbours of a shifted sample, as floats and as 16-bit patterns of weight x 65535.
@@ -34,10 +36,5 @@ void subtract_row_16(std::int16_t* output, const std::int16_t* other, int column
                      bool isSigned, std::int16_t offset);
 void subtract_row_8(std::uint8_t* output, const std::uint8_t* other, int columns, bool isSigned,
                     std::uint8_t offset);
-
-/// First sample behind the whole blocks of an operation with a remainder; one to `block` samples remain.
-inline int remainder_start(int columns, int block) {
-    return columns > block ? (columns - 1) / block * block : 0;
-}
 
 }  // namespace rz_obl

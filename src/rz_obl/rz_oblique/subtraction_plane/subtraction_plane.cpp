@@ -3,9 +3,11 @@
 #include <utility>
 
 #include "rz_obl/RZ_OBLplanar/kernels/fixed_point.h"
+#include "rz_obl/RZ_OBLplanar/state/module_state.h"
 #include "rz_obl/rz_oblique/log_line.h"
 #include "rz_obl/rz_oblique/rz_oblique.h"
 #include "rz_obl/rz_oblique/subtraction_plane/row_operations.h"
+#include "rz_obl/rz_oblique/subtraction_plane/wide_rows.h"
 
 namespace {
 
@@ -41,7 +43,10 @@ Shift make_shift(const float pixelShift[2], int rows) {
 
 struct Words {
     using Sample = std::int16_t;
-    static void mean(const std::vector<const void*>& list, int row, int columns, Sample* to, bool isSigned) {
+    static void mean(const std::vector<const void*>& list, int row, int columns, Sample* to, bool isSigned,
+                     bool wide) {
+        const rz_obl::raster_rows rows{list.data(), list.size(), rz_obl::wrap_mul(row, columns)};
+        if (wide && rz_obl::row_mean_16_avx2(rows, columns, to, isSigned)) return;
         rz_obl::row_mean_16(list, row, columns, to, isSigned);
     }
     static void blend(const Sample* current, const Sample* next, int columns, const ShiftWeights& weights,
@@ -56,7 +61,10 @@ struct Words {
 
 struct Bytes {
     using Sample = std::uint8_t;
-    static void mean(const std::vector<const void*>& list, int row, int columns, Sample* to, bool isSigned) {
+    static void mean(const std::vector<const void*>& list, int row, int columns, Sample* to, bool isSigned,
+                     bool wide) {
+        const rz_obl::raster_rows rows{list.data(), list.size(), rz_obl::wrap_mul(row, columns)};
+        if (wide && rz_obl::row_mean_8_avx2(rows, columns, to, isSigned)) return;
         rz_obl::row_mean_8(list, row, columns, to, isSigned);
     }
     static void blend(const Sample* current, const Sample* next, int columns, const ShiftWeights& weights,
@@ -78,6 +86,22 @@ bool unusable(const std::vector<const void*>& list) {
     return list.empty() || list[0] == nullptr;
 }
 
+/// Whether no row that is still to be read lies where blocks are stored; else only the narrow operations,
+/// with their stores behind the rows, give their own result.
+template <class Sample>
+bool apart(const std::vector<const void*>& minuend, const std::vector<const void*>& subtrahend,
+           const void* output, int rows, int columns) {
+    const auto samples = static_cast<std::uintptr_t>(rz_obl::wrap_mul(rows, columns));
+    const std::uintptr_t bytes = (samples + kRowSlack) * sizeof(Sample);
+    const auto to = reinterpret_cast<std::uintptr_t>(output);
+    const auto meets = [to, bytes](const void* raster) {
+        const auto from = reinterpret_cast<std::uintptr_t>(raster);
+        return from < to + bytes && to < from + bytes;
+    };
+    return std::none_of(minuend.begin(), minuend.end(), meets) &&
+           std::none_of(subtrahend.begin(), subtrahend.end(), meets);
+}
+
 template <class Depth>
 int subtract_planes(const std::vector<void*>& slices, int rows, int columns, int bitDepth, bool isSigned,
                     void* output, const RZ_SubOpParams& parameters, const Shift& shift) {
@@ -89,6 +113,8 @@ int subtract_planes(const std::vector<void*>& slices, int rows, int columns, int
         list_of(slices, parameters.subtrahend_first, parameters.subtrahend_last);
     if (unusable(subtrahend)) return -1;
 
+    const bool wide =
+        rz_obl::g_cpuFeatures.hasAvx2() && apart<Sample>(minuend, subtrahend, output, rows, columns);
     const std::size_t bufferSize = static_cast<std::size_t>(columns) + kRowSlack;
     std::vector<Sample> means(2 * bufferSize);
     std::vector<Sample> blended(bufferSize);
@@ -97,17 +123,17 @@ int subtract_planes(const std::vector<void*>& slices, int rows, int columns, int
 
     for (int row = 0; row < rows; ++row) {
         Sample* out = static_cast<Sample*>(output) + rz_obl::wrap_mul(row, columns);
-        Depth::mean(minuend, row, columns, out, isSigned);
+        Depth::mean(minuend, row, columns, out, isSigned, wide);
         if (row < shift.firstActive || row > shift.lastActive) continue;
 
         const int shifted = row + shift.rowShift;
         if (row == shift.firstActive) {
-            Depth::mean(subtrahend, shifted, columns, current, isSigned);
+            Depth::mean(subtrahend, shifted, columns, current, isSigned, wide);
         } else {
             std::swap(current, next);
         }
         if (row < shift.lastActive) {
-            Depth::mean(subtrahend, shifted + 1, columns, next, isSigned);
+            Depth::mean(subtrahend, shifted + 1, columns, next, isSigned, wide);
         } else {
             // required: the last active row mixes with black, also where a next row exists
             std::fill(next, next + columns, Sample{0});
