@@ -193,6 +193,31 @@ std::uint64_t stream_rows(const void* const* slices, int sliceCount, std::size_t
     return sum;
 }
 
+__attribute__((target("avx2"))) std::uint64_t stream_together(const void* const* slices, int sliceCount,
+                                                              std::size_t bytes) {
+    constexpr std::size_t kBlock = 256;
+    constexpr std::size_t kAhead = 2 * kBlock;
+    __m256i sum[4] = {};
+    std::uint64_t rest = 0;
+    for (std::size_t at = 0; at < bytes; at += kBlock) {
+        for (int slice = 0; slice < sliceCount; ++slice) {
+            const char* const from = static_cast<const char*>(slices[slice]) + at;
+            if (bytes - at < kBlock) {
+                rest += stream(from, bytes - at);
+                continue;
+            }
+            for (std::size_t line = 0; line < kBlock; line += 64) {
+                _mm_prefetch(from + line + kAhead, _MM_HINT_T0);
+                const auto* const p = reinterpret_cast<const __m256i*>(from + line);
+                sum[line / 64] = _mm256_add_epi64(sum[line / 64], _mm256_loadu_si256(p));
+                sum[line / 64] = _mm256_add_epi64(sum[line / 64], _mm256_loadu_si256(p + 1));
+            }
+        }
+    }
+    const __m256i all = _mm256_add_epi64(_mm256_add_epi64(sum[0], sum[1]), _mm256_add_epi64(sum[2], sum[3]));
+    return rest + total(_mm_add_epi64(_mm256_castsi256_si128(all), _mm256_extracti128_si256(all, 1)));
+}
+
 std::uint64_t copy_plane_16(const LoadWalk& walk, short* output) {
     const bool rows = walk.columnStep[0] == 1 << 18 && walk.columnStep[1] == 0 && walk.columnStep[2] == 0;
     for (int row = 0; row < walk.rows; ++row, output += walk.columns) {

@@ -43,6 +43,10 @@ std::uint64_t stream(const void* bytes, std::size_t count);
 std::uint64_t stream_rows(const void* const* slices, int sliceCount, std::size_t offset, std::size_t bytes,
                           int rows, std::size_t stride);
 
+/// Rasters side by side, 256 bytes of each by turns, asked for ahead of time: more loads are under way than
+/// in one raster after the other. Needs AVX2.
+std::uint64_t stream_together(const void* const* slices, int sliceCount, std::size_t bytes);
+
 /// A plane whose pixels are samples: each row copied, or where columns do not run along x sample by sample.
 std::uint64_t copy_plane_16(const LoadWalk& walk, short* output);
 

@@ -24,7 +24,8 @@ Contender combine_ours(Volume& stack, Combination how);
 std::string combine_reference(const Volume& stack, Combination how, const Picture& ours);
 Contender combine_opencv(Volume& stack, Combination how);
 Contender combine_numpy(Volume& stack, Combination how);
-Contender combine_floor(Volume& stack, Combination how);
+/// Probes of the loads: one raster after the other, and side by side.
+std::vector<Contender> combine_floors(Volume& stack, Combination how);
 
 /// Mean of slices first to first + 39, rounded to the nearest.
 std::vector<short> plain_mean(const Volume& stack, int first);

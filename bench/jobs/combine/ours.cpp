@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "bench/floor/loads.h"
 #include "bench/jobs/combine/combine.h"
@@ -90,20 +92,28 @@ std::string combine_reference(const Volume& stack, Combination how, const Pictur
     return "equal to the plain form";
 }
 
-Contender combine_floor(Volume& stack, Combination how) {
-    Contender floor;
-    floor.name = "floor";
+std::vector<Contender> combine_floors(Volume& stack, Combination how) {
     const std::size_t bytes = stack.sliceSamples() * 2;
-    floor.run = [&stack, how, bytes](int) {
-        if (how == Combination::kIncrementalMean) {
-            // the earlier mean, the slice that came and the one that went
-            for (const int z : {0, 1, kSlices}) keep(stream(stack.rasters()[z], bytes));
-            return;
-        }
-        keep(stream_rows(stack.rasters() + kFirst, kSlices, 0, bytes, 1, bytes));
+    const auto probe = [&stack](std::function<std::uint64_t()> loads) {
+        Contender floor;
+        floor.name = "floor";
+        floor.run = [loads = std::move(loads)](int) { keep(loads()); };
+        floor.refresh = [&stack] { stack.refreshRasters(); };
+        return floor;
     };
-    floor.refresh = [&stack] { stack.refreshRasters(); };
-    return floor;
+    if (how == Combination::kIncrementalMean) {
+        // the earlier mean, the slice that came and the one that went
+        return {probe([&stack, bytes] {
+            return stream(stack.rasters()[0], bytes) + stream(stack.rasters()[1], bytes) +
+                   stream(stack.rasters()[kSlices], bytes);
+        })};
+    }
+    const void* const* const slices = stack.rasters() + kFirst;
+    std::vector<Contender> floors = {
+        probe([slices, bytes] { return stream_rows(slices, kSlices, 0, bytes, 1, bytes); })};
+    if (__builtin_cpu_supports("avx2"))
+        floors.push_back(probe([slices, bytes] { return stream_together(slices, kSlices, bytes); }));
+    return floors;
 }
 
 std::vector<Case> combine_cases(Volume& stack) {
@@ -131,7 +141,9 @@ std::vector<Case> combine_cases(Volume& stack) {
         if (how != Combination::kIncrementalMean)
             c.contenders.push_back([&stack, how] { return combine_numpy(stack, how); });
 #endif
-        c.contenders.push_back([&stack, how] { return combine_floor(stack, how); });
+        const std::size_t floors = combine_floors(stack, how).size();
+        for (std::size_t i = 0; i < floors; ++i)
+            c.contenders.push_back([&stack, how, i] { return combine_floors(stack, how)[i]; });
         cases.push_back(c);
     }
     return cases;

@@ -80,16 +80,22 @@ std::string subtract_reference(Volume& stack, Shift shift, const Picture& ours) 
     return "equal to the plain form";
 }
 
-Contender subtract_floor(Volume& stack) {
-    Contender floor;
-    floor.name = "floor";
+std::vector<Contender> subtract_floors(Volume& stack) {
     const std::size_t bytes = stack.sliceSamples() * stack.bytesPerSample();
-    floor.run = [&stack, bytes](int) {
+    Contender oneByOne;
+    oneByOne.name = "floor";
+    oneByOne.run = [&stack, bytes](int) {
         keep(stream_rows(stack.rasters() + kMinuend, kRange, 0, bytes, 1, bytes));
         keep(stream_rows(stack.rasters() + kSubtrahend, kRange, 0, bytes, 1, bytes));
     };
-    floor.refresh = [&stack] { stack.refreshRasters(); };
-    return floor;
+    oneByOne.refresh = [&stack] { stack.refreshRasters(); };
+    if (!__builtin_cpu_supports("avx2")) return {oneByOne};
+    Contender together = oneByOne;
+    together.run = [&stack, bytes](int) {
+        keep(stream_together(stack.rasters() + kMinuend, kRange, bytes));
+        keep(stream_together(stack.rasters() + kSubtrahend, kRange, bytes));
+    };
+    return {oneByOne, together};
 }
 
 std::vector<Case> subtract_cases(Volume& stack) {
@@ -112,7 +118,9 @@ std::vector<Case> subtract_cases(Volume& stack) {
         if (!bytes || !shifted)
             c.contenders.push_back([&stack, shift] { return subtract_opencv(stack, shift); });
 #endif
-        c.contenders.push_back([&stack] { return subtract_floor(stack); });
+        const std::size_t floors = subtract_floors(stack).size();
+        for (std::size_t i = 0; i < floors; ++i)
+            c.contenders.push_back([&stack, i] { return subtract_floors(stack)[i]; });
         cases.push_back(c);
     }
     return cases;

@@ -28,6 +28,7 @@ std::unique_ptr<Volume> make_byte_stack(const Volume& stack);
 Contender subtract_ours(Volume& stack, Shift shift);
 std::string subtract_reference(Volume& stack, Shift shift, const Picture& ours);
 Contender subtract_opencv(Volume& stack, Shift shift);
-Contender subtract_floor(Volume& stack);
+/// Probes of the loads: one raster after the other, and side by side.
+std::vector<Contender> subtract_floors(Volume& stack);
 
 }  // namespace rz_bench
