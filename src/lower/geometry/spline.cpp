@@ -141,7 +141,7 @@ void RZ_Spline::ThinSpline(RZ_Spline& out, int factor) {
     std::vector<point3> kept;
     for (std::size_t i = 0; i < given.size(); i += step) kept.push_back(given[i]);
     if (!given.empty() && (given.size() - 1) % step != 0) kept.push_back(given.back());
+    out.curve_ = make_curve(std::move(kept), edge_);
     out.sweepDirection = sweepDirection;
     out.edge_ = edge_;
-    out.curve_ = make_curve(std::move(kept), edge_);
 }

@@ -11,7 +11,6 @@
 #include <mutex>
 #include <new>
 #include <string>
-#include <utility>
 
 // A block is one mapping:
 //
@@ -51,10 +50,22 @@ std::size_t roundUp(std::size_t value, std::size_t step) {
     return (value + step - 1) / step * step;
 }
 
+/// Name of the files that back blocks as mkostemp takes it; empty for anonymous memory. False without memory
+/// for the name.
+bool getFileName(std::string& name) {
+    try {
+        PagingDirectory& setting = pagingDirectory();
+        const std::lock_guard<std::mutex> lock(setting.lock);
+        if (setting.set) name = setting.path + "/rz_pager_XXXXXX";
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 /// Descriptor of an unlinked file of this size, or -1. No disk is taken yet, but a size that the disk could
 /// never hold is refused here, since later it would end in a bus error.
-int openSparseFile(std::string path, std::size_t bytes) {
-    path += "/rz_pager_XXXXXX";
+int openSparseFile(std::string& path, std::size_t bytes) {
     const int file = mkostemp(path.data(), O_CLOEXEC);
     if (file < 0) return -1;
     unlink(path.c_str());
@@ -65,8 +76,8 @@ int openSparseFile(std::string path, std::size_t bytes) {
     return -1;
 }
 
-bool backByFile(void* pages, std::size_t bytes, std::string directory) {
-    const int file = openSparseFile(std::move(directory), bytes);
+bool backByFile(void* pages, std::size_t bytes, std::string& name) {
+    const int file = openSparseFile(name, bytes);
     if (file < 0) return false;
     const void* mapped = mmap(pages, bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0);
     close(file);  // the mapping keeps the file
@@ -119,19 +130,14 @@ int MEM_MemPager::AllocateLarge(std::size_t bytes, MEM_PagerInfo* info) {
     const std::size_t pagesBytes = roundUp(stagger + bytes, pageBytes());
     const std::size_t mappingBytes = guard + pagesBytes + guard;
 
-    std::string directory;
-    bool fileBacked = false;
-    {
-        PagingDirectory& setting = pagingDirectory();
-        const std::lock_guard<std::mutex> lock(setting.lock);
-        fileBacked = setting.set;
-        directory = setting.path;
-    }
+    std::string fileName;
+    if (!getFileName(fileName)) return -1;
+    const bool fileBacked = !fileName.empty();
 
     void* mapping = mmap(nullptr, mappingBytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapping == MAP_FAILED) return -1;
     char* pages = static_cast<char*>(mapping) + guard;
-    const bool done = fileBacked ? backByFile(pages, pagesBytes, std::move(directory))
+    const bool done = fileBacked ? backByFile(pages, pagesBytes, fileName)
                                  : mprotect(pages, pagesBytes, PROT_READ | PROT_WRITE) == 0;
     if (!done) {
         munmap(mapping, mappingBytes);
@@ -149,7 +155,8 @@ int MEM_MemPager::AllocateLarge(std::size_t bytes, MEM_PagerInfo* info) {
 
 void MEM_MemPager::SetPagingDirectory(const char* directory) {
     PagingDirectory& setting = pagingDirectory();
+    std::string path(directory ? directory : "");
     const std::lock_guard<std::mutex> lock(setting.lock);
     setting.set = directory != nullptr;
-    setting.path = directory ? directory : "";
+    setting.path.swap(path);
 }

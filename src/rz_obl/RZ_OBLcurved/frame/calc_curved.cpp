@@ -1,6 +1,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 #include <new>
 
 #include "lower/tasks/runnable.h"
@@ -21,13 +22,17 @@ using rz_obl::trunc_to_int;
 using rz_obl::wrap_add;
 using rz_obl::wrap_sub;
 
-/// Spans of the whole curve, all empty. Plain memory without an owner: a cancelled call leaves it behind, as
-/// required.
-SweepSpan* new_spans(int count) {
+struct FreeSpans {
+    void operator()(SweepSpan* spans) const { std::free(spans); }
+};
+using SweepSpans = std::unique_ptr<SweepSpan[], FreeSpans>;
+
+/// Spans of the whole curve, all empty.
+SweepSpans new_spans(int count) {
     auto* spans = static_cast<SweepSpan*>(std::malloc(static_cast<std::size_t>(count) * sizeof(SweepSpan)));
     if (spans == nullptr) throw std::bad_alloc();
     for (int c = 0; c < count; ++c) spans[c] = {0, -1};
-    return spans;
+    return SweepSpans(spans);
 }
 
 std::int16_t cut16(int x) {
@@ -95,10 +100,10 @@ int RZ_CalcCurved(RZ_Slice** slices, const RZ_Box&, const RZ_BoxParams& framePar
     sweep.Normalize();
     sweep *= pixel;
 
-    SweepSpan* const spans = new_spans(curveColumns);
+    SweepSpans spans = new_spans(curveColumns);
     const rz_obl::SweepRequest request{curveData,   &cropParams,        &frameParams, sweep,
                                        localFrames, requireInside != 0, thickness};
-    const rz_obl::CrossRange range = rz_obl::fill_sweep_spans(request, spans);
+    const rz_obl::CrossRange range = rz_obl::fill_sweep_spans(request, spans.get());
 
     // required: the prepared range of curve indices, also where columns at its ends came out empty
     const int firstCurve = firstSample;
@@ -108,7 +113,7 @@ int RZ_CalcCurved(RZ_Slice** slices, const RZ_Box&, const RZ_BoxParams& framePar
     const rz_obl::CrossPlacement placement = rz_obl::place_cross_axis(axis, crossOrigin, range, localFrames);
     *crossRemainder = *crossRemainder + crossOrigin - static_cast<float>(placement.crossStart) * pixel;
     *crossFirst = placement.crossLo;
-    rz_obl::limit_spans(spans, curveColumns, placement, localFrames, maxWidth, pixel);
+    rz_obl::limit_spans(spans.get(), curveColumns, placement, localFrames, maxWidth, pixel);
 
     rz_obl::ThicknessStep thick{RZ_3Coord(0.0F, 0.0F, 0.0F), 0};
     if (thickness != 0.0F) thick = rz_obl::thickness_step(surfaceNormal, volumeBox, thickness);
@@ -128,10 +133,7 @@ int RZ_CalcCurved(RZ_Slice** slices, const RZ_Box&, const RZ_BoxParams& framePar
     const int from = trunc_to_int(count * rangeStart + static_cast<float>(firstCurve));
     const int to = trunc_to_int(count * rangeEnd + static_cast<float>(firstCurve) - 1.0F);
     const int imagePosition = wrap_add(wrap_sub(from, firstCurve), columnBase);
-    if (from > to || range.least == INT_MAX) {
-        std::free(spans);
-        return 1;
-    }
+    if (from > to || range.least == INT_MAX) return 1;
 
     const int pixelKind = raster != nullptr ? slices[0]->pixelKind : RZ_Slice::kLong;
     if (pixelKind == RZ_Slice::kShort || pixelKind == RZ_Slice::kByte) {
@@ -139,7 +141,7 @@ int RZ_CalcCurved(RZ_Slice** slices, const RZ_Box&, const RZ_BoxParams& framePar
         rz_obl::curve_worker_args args{};
         args.rowStride = imageBox.rowStride;
         args.halfSamples = cut16(thick.halfSamples);
-        args.spans = spans;
+        args.spans = spans.get();
         args.toIndex = toIndex;
         args.crossStep = rz_obl::limit_step(rz_obl::transform_direction(sweep, toIndex));
         args.thickStep = thick.step;
@@ -158,8 +160,10 @@ int RZ_CalcCurved(RZ_Slice** slices, const RZ_Box&, const RZ_BoxParams& framePar
         args.firstSample = firstSample;
         args.thickness = thickness;
         args.volumeBox = &volumeBox;
-        // A cancelled worker throws through here: the table goes, the spans stay behind.
+        // required: a cancelled worker throws through here; the table goes, the spans stay behind
+        SweepSpan* const abandoned = spans.release();
         if (const auto worker = worker_for(pixelKind, type)) worker(args);
+        spans.reset(abandoned);
     }
 
     const int curveFirst = columnBase;
@@ -174,6 +178,5 @@ int RZ_CalcCurved(RZ_Slice** slices, const RZ_Box&, const RZ_BoxParams& framePar
     }
     if (transposedOut != nullptr) *transposedOut = transposed;
     if (signOut != nullptr) *signOut = sign;
-    std::free(spans);
     return 1;
 }

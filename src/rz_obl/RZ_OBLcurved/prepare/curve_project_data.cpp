@@ -23,6 +23,7 @@ RZ_CurveProjectData::~RZ_CurveProjectData() {
 RZ_CurveProjectData& RZ_CurveProjectData::operator=(const RZ_CurveProjectData& other) {
     if (other.sampleCount > sampleCount) {
         const std::size_t wanted = room(other.sampleCount);
+        sampleCount = 0;  // while an array may be lacking
         delete[] points;
         points = nullptr;
         points = new RZ_3Coord[wanted];
