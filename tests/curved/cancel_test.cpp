@@ -128,6 +128,11 @@ void expect_looks(int columns, const std::vector<int>& looks, float from = 0.0F,
         const Outcome r = run(columns, trip, from, to);
         EXPECT_EQ(r.drawn, rows(first, next)) << "cancelled at column " << trip;
         EXPECT_EQ(r.cancelled, next != end) << "cancelled at column " << trip;
+        // At every place: the spans stay, the table of slices goes.
+        EXPECT_EQ(recorder.blocksMade, 1);
+        EXPECT_EQ(recorder.blocksReleased, r.cancelled ? 0 : 1);
+        EXPECT_EQ(recorder.arraysMade, 1);
+        EXPECT_EQ(recorder.arraysReleased, 1);
         if (r.cancelled) __real_free(recorder.lastBlock);
         ASSERT_FALSE(testing::Test::HasFailure());
     }
