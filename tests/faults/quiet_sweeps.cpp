@@ -73,6 +73,12 @@ void kernels_of_16_bits(bool wide) {
     ScanOptions plain;
     expect_quiet_kernel<ScanCase16>("linear", plain, wide ? scan_linear_avx2 : scan_linear);
     expect_quiet_kernel<ScanCase16>("cubic", anywhere(), wide ? scan_cubic_avx2 : scan_cubic_sse);
+    expect_quiet_kernel<ScanCase16>("semi-cubic x", anywhere(),
+                                    wide ? scan_semicubic_x_avx2 : scan_semicubic_x);
+    expect_quiet_kernel<ScanCase16>("semi-cubic y", anywhere(),
+                                    wide ? scan_semicubic_y_avx2 : scan_semicubic_y);
+    expect_quiet_kernel<ScanCase16>("semi-cubic z", anywhere(),
+                                    wide ? scan_semicubic_z_avx2 : scan_semicubic_z);
     plain.negativeSlabSteps = false;
     const auto both = [&](const char* name, auto kernel) {
         for (const bool fast : {false, true}) {
@@ -88,9 +94,6 @@ void kernels_of_16_bits(bool wide) {
 
 void narrow_kernels() {
     using namespace rz_obl;
-    expect_quiet_kernel<ScanCase16>("semi-cubic x", anywhere(), scan_semicubic_x);
-    expect_quiet_kernel<ScanCase16>("semi-cubic y", anywhere(), scan_semicubic_y);
-    expect_quiet_kernel<ScanCase16>("semi-cubic z", anywhere(), scan_semicubic_z);
     expect_quiet_kernel<ScanCase16>("tricubic", anywhere(), scan_tricubic);
     ScanOptions plain;
     plain.maxSlabSteps = 0;
@@ -107,7 +110,8 @@ void cubic_of_32_bits(bool wide) {
     ScanOptions options;
     options.slicesBelow = 1;
     options.slicesAbove = 2;
-    options.guardRows = 1;
+    options.neighboursBefore = 1;
+    options.neighboursBehind = 1;
     expect_quiet_kernel<ScanCase32>("32 bits, cubic", options,
                                     wide ? rz_obl::scan_cubic_32bits_avx2 : rz_obl::scan_cubic_32bits);
 }

@@ -35,7 +35,7 @@ class Resampling : public Scene {
   private:
     Resampling(Random random, Seed seed) : Resampling(ResampleBoxes(random), random, seed) {}
     Resampling(const ResampleBoxes& boxes, Random& random, Seed seed)
-        : source_(boxes.source, static_cast<std::size_t>(boxes.source.xDim) + 1),
+        : source_(boxes.source),
           want_(boxes.destination, seed),
           got_(boxes.destination, seed) {
         source_.fill(random, false);
