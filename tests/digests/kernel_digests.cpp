@@ -112,19 +112,23 @@ void max_min(bool wide) {
     print_line("scan_nearest", nearest);
 }
 
-void bits8() {
+void bits8(bool wide) {
     ScanOptions options;
     options.limitsAbove = true;
     options.reach = Reach::kInRaster;
-    digest_of<ScanCase8>("scan_linear_8bits", options, rz_obl::scan_linear_8bits);
-    digest_of<ScanCase8>("scan_max_linear_8bits", options, rz_obl::scan_max_linear_8bits);
-    digest_of<ScanCase8>("scan_min_linear_8bits", options, rz_obl::scan_min_linear_8bits);
+    digest_of<ScanCase8>("scan_linear_8bits", options,
+                         wide ? rz_obl::scan_linear_8bits_avx2 : rz_obl::scan_linear_8bits);
+    digest_of<ScanCase8>("scan_max_linear_8bits", options,
+                         wide ? rz_obl::scan_max_linear_8bits_avx2 : rz_obl::scan_max_linear_8bits);
+    digest_of<ScanCase8>("scan_min_linear_8bits", options,
+                         wide ? rz_obl::scan_min_linear_8bits_avx2 : rz_obl::scan_min_linear_8bits);
 }
 
 void bits32(bool wide) {
     ScanOptions options;
     options.reach = Reach::kInRaster;
-    digest_of<ScanCase32>("scan_linear_32bits", options, rz_obl::scan_linear_32bits);
+    digest_of<ScanCase32>("scan_linear_32bits", options,
+                          wide ? rz_obl::scan_linear_32bits_avx2 : rz_obl::scan_linear_32bits);
     options.slicesBelow = 1;
     options.slicesAbove = 2;
     options.neighboursBefore = 1;
@@ -150,7 +154,7 @@ void kernel_digests(Forms forms) {
     cubic(wide);
     semicubic_and_tricubic(wide);
     max_min(wide);
-    bits8();
+    bits8(wide);
     bits32(wide);
 }
 

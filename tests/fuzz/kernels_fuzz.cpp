@@ -85,18 +85,22 @@ void bits8(std::uint8_t which, bool runOver) {
     options.limitsAbove = true;
     if (runOver) options.reach = Reach::kInRaster;
     if (which == 0)
-        compare<ScanCase8>(options, 4, rz_reference::scan_linear_8bits, rz_obl::scan_linear_8bits);
+        compare<ScanCase8>(options, 4, rz_reference::scan_linear_8bits, rz_obl::scan_linear_8bits,
+                           rz_obl::scan_linear_8bits_avx2);
     if (which == 1)
-        compare<ScanCase8>(options, 4, rz_reference::scan_max_linear_8bits, rz_obl::scan_max_linear_8bits);
+        compare<ScanCase8>(options, 4, rz_reference::scan_max_linear_8bits, rz_obl::scan_max_linear_8bits,
+                           rz_obl::scan_max_linear_8bits_avx2);
     if (which == 2)
-        compare<ScanCase8>(options, 4, rz_reference::scan_min_linear_8bits, rz_obl::scan_min_linear_8bits);
+        compare<ScanCase8>(options, 4, rz_reference::scan_min_linear_8bits, rz_obl::scan_min_linear_8bits,
+                           rz_obl::scan_min_linear_8bits_avx2);
 }
 
 void bits32(bool isCubic, bool runOver) {
     ScanOptions options;
     if (runOver) options.reach = Reach::kInRaster;
     if (!isCubic)
-        return compare<ScanCase32>(options, 4, rz_reference::scan_linear_32bits, rz_obl::scan_linear_32bits);
+        return compare<ScanCase32>(options, 4, rz_reference::scan_linear_32bits, rz_obl::scan_linear_32bits,
+                                   rz_obl::scan_linear_32bits_avx2);
     options.slicesBelow = 1;
     options.slicesAbove = 2;
     options.neighboursBefore = 1;

@@ -22,6 +22,8 @@ struct Pair {
 
 const Pair kLinear{"scan_linear_32bits", rz_obl::scan_linear_32bits, rz_reference::scan_linear_32bits, false,
                    false};
+const Pair kLinearAvx2{"scan_linear_32bits_avx2", rz_obl::scan_linear_32bits_avx2,
+                       rz_reference::scan_linear_32bits, false, true};
 const Pair kCubic{"scan_cubic_32bits", rz_obl::scan_cubic_32bits, rz_reference::scan_cubic_32bits, true,
                   false};
 const Pair kCubicAvx2{"scan_cubic_32bits_avx2", rz_obl::scan_cubic_32bits_avx2,
@@ -39,10 +41,12 @@ class Bits32 : public testing::TestWithParam<Pair> {
     Outcome<std::uint32_t, float> scan(const ScanCase32& c) const { return run(GetParam().kernel, c); }
 };
 
+class LinearBits32 : public Bits32 {};
 class CubicBits32 : public Bits32 {};
 
 const auto kName = [](const auto& pair) { return pair.param.name; };
-INSTANTIATE_TEST_SUITE_P(Kernels, Bits32, testing::Values(kLinear, kCubic, kCubicAvx2), kName);
+INSTANTIATE_TEST_SUITE_P(Kernels, Bits32, testing::Values(kLinear, kLinearAvx2, kCubic, kCubicAvx2), kName);
+INSTANTIATE_TEST_SUITE_P(Kernels, LinearBits32, testing::Values(kLinear, kLinearAvx2), kName);
 INSTANTIATE_TEST_SUITE_P(Kernels, CubicBits32, testing::Values(kCubic, kCubicAvx2), kName);
 
 // The cubic kernels read a row and a pixel around each raster; so does the shift of quality 1.
@@ -78,6 +82,18 @@ TEST_P(Bits32, random_cases_equal_the_reference) {
     if (GetParam().isCubic) {
         EXPECT_EQ(branches.never_met({"channel raised to 0", "channel cut to 255", "entry index cut to 63"}),
                   "");
+    }
+}
+
+TEST(Bits32Paths, scan_linear_32bits_avx2_equals_scan_linear_32bits_in_every_bit) {
+    if (!__builtin_cpu_supports("avx2")) {
+        GTEST_SKIP() << "scan_linear_32bits_avx2 not run: the processor has no AVX2";
+    }
+    for (Seed seed : seeds(4000)) {
+        if (!is_replay()) seed += 100000;
+        const ScanCase32 c = random_case(seed, false);
+        const auto want = run(rz_obl::scan_linear_32bits, c);
+        ASSERT_EQ(first_difference(c, want, run(rz_obl::scan_linear_32bits_avx2, c)), "");
     }
 }
 
@@ -208,15 +224,15 @@ TEST_P(Bits32, one_column_is_no_span_and_two_are) {
     EXPECT_EQ(o.bounds, (std::array<int, 4>{0, 0, 5, 6}));
 }
 
-TEST(LinearBits32, before_the_first_slice_the_fraction_is_taken_from_the_floor) {
+TEST_P(LinearBits32, before_the_first_slice_the_fraction_is_taken_from_the_floor) {
     // z = -0.25 reads slices 0 and 1 with a fraction of 0.75: 100 x 0.25 + 200 x 0.75.
     ScanCase32 c = row_case(2, 2.0F, 2.0F, -0.25F);
     fill_slice(c, 0, 100U);
     fill_slice(c, 1, 200U);
-    EXPECT_EQ(run(rz_obl::scan_linear_32bits, c).output.data()[0], 175U << 16);
+    EXPECT_EQ(scan(c).output.data()[0], 175U << 16);
 }
 
-TEST(LinearBits32, steps_accumulate_in_single_precision) {
+TEST_P(LinearBits32, steps_accumulate_in_single_precision) {
     // On a ramp of 1 a column: 25 steps of 0.1F add up to 2.4999998, which gives 2; 25 x 0.1F is 2.5, which
     // gives 3.
     ScanCase32 c = row_case(26, 0.0F, 2.0F, 1.0F);
@@ -225,18 +241,18 @@ TEST(LinearBits32, steps_accumulate_in_single_precision) {
     for (auto& raster : c.rasters) {
         for (int i = 0; i < 80; ++i) raster.data()[i] = static_cast<std::uint32_t>(i % 10);
     }
-    EXPECT_EQ(run(rz_obl::scan_linear_32bits, c).output.data()[25], 2U << 16);
+    EXPECT_EQ(scan(c).output.data()[25], 2U << 16);
 }
 
-TEST(LinearBits32, value_is_rounded_to_the_nearest) {
+TEST_P(LinearBits32, value_is_rounded_to_the_nearest) {
     // 2.3F - 2 is 0.29999995, and five times that, 1.4999998, gives 1; half of 5 gives 3.
     ScanCase32 c = row_case(2, 2.3F, 2.0F, 1.0F);
     for (auto& raster : c.rasters) {
         for (int i = 0; i < 80; ++i) raster.data()[i] = i % 10 == 3 ? 5U : 0U;
     }
-    EXPECT_EQ(run(rz_obl::scan_linear_32bits, c).output.data()[0], 1U << 16);
+    EXPECT_EQ(scan(c).output.data()[0], 1U << 16);
     c.planeToIndex[3][0] = 2.5F;
-    EXPECT_EQ(run(rz_obl::scan_linear_32bits, c).output.data()[0], 3U << 16);
+    EXPECT_EQ(scan(c).output.data()[0], 3U << 16);
 }
 
 TEST_P(CubicBits32, constant_255_at_fraction_0_stays) {

@@ -75,6 +75,12 @@ RZ_KERNEL_FAST(scan_min_pixel_major, "_ZN6rz_obl20scan_min_pixel_majorERKNS_9sca
 RZ_KERNEL(scan_linear_8bits, "_ZN6rz_obl17scan_linear_8bitsERKNS_9scan_argsIhfEE", scan_args_8)
 RZ_KERNEL(scan_max_linear_8bits, "_ZN6rz_obl21scan_max_linear_8bitsERKNS_9scan_argsIhfEE", scan_args_8)
 RZ_KERNEL(scan_min_linear_8bits, "_ZN6rz_obl21scan_min_linear_8bitsERKNS_9scan_argsIhfEE", scan_args_8)
+RZ_KERNEL(scan_linear_8bits_avx2, "_ZN6rz_obl22scan_linear_8bits_avx2ERKNS_9scan_argsIhfEE", scan_args_8)
+RZ_KERNEL(scan_max_linear_8bits_avx2, "_ZN6rz_obl26scan_max_linear_8bits_avx2ERKNS_9scan_argsIhfEE",
+          scan_args_8)
+RZ_KERNEL(scan_min_linear_8bits_avx2, "_ZN6rz_obl26scan_min_linear_8bits_avx2ERKNS_9scan_argsIhfEE",
+          scan_args_8)
+RZ_KERNEL(scan_linear_32bits_avx2, "_ZN6rz_obl23scan_linear_32bits_avx2ERKNS_9scan_argsIjfEE", scan_args_32)
 RZ_KERNEL(scan_linear_32bits, "_ZN6rz_obl18scan_linear_32bitsERKNS_9scan_argsIjfEE", scan_args_32)
 RZ_KERNEL(scan_cubic_32bits, "_ZN6rz_obl17scan_cubic_32bitsERKNS_9scan_argsIjfEE", scan_args_32)
 RZ_KERNEL(scan_cubic_32bits_avx2, "_ZN6rz_obl22scan_cubic_32bits_avx2ERKNS_9scan_argsIjfEE", scan_args_32)

@@ -135,6 +135,7 @@ class Selection : public testing::Test {
 // A wide form of a kernel has the same bits.
 const std::string kLinear = processor_has_avx2() ? "scan_linear_avx2" : "scan_linear";
 const std::string kCubic16 = processor_has_avx2() ? "scan_cubic_avx2" : "scan_cubic_sse";
+const std::string kLinear32 = processor_has_avx2() ? "scan_linear_32bits_avx2" : "scan_linear_32bits";
 const std::string kCubic32 = processor_has_avx2() ? "scan_cubic_32bits_avx2" : "scan_cubic_32bits";
 
 std::string semicubic(char axis) {
@@ -331,7 +332,7 @@ TEST_F(Selection, eight_bits_log_and_run_one_kernel_at_any_quality) {
             Given8 given(quality);
             k.entry(given.args);
             const KernelCall c = given.call();
-            EXPECT_EQ(c.kernel, k.kernel);
+            EXPECT_EQ(c.kernel, std::string(k.kernel) + (processor_has_avx2() ? "_avx2" : ""));
             EXPECT_EQ(c.quality, 4);
             EXPECT_TRUE(c.isSigned);
             expect_line(k.function, k.text);
@@ -368,7 +369,7 @@ TEST_F(Selection, avg_32bits_tests_the_processor_at_every_call_and_leaves_the_si
         given.slabStep[0] = -1.0F;
         rz_obl::scan_avg_32bits(given.args, 1);
         const KernelCall c = given.call();
-        EXPECT_EQ(c.kernel, quality == 3 ? kCubic32 : "scan_linear_32bits");
+        EXPECT_EQ(c.kernel, quality == 3 ? kCubic32 : kLinear32);
         EXPECT_EQ(c.quality, quality == 3 ? 3 : 4);
         EXPECT_EQ(given.slabStep[0], -1.0F);
         EXPECT_EQ(given.slabStep[1], 5.0F);

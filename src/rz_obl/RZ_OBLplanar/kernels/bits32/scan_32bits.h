@@ -8,6 +8,8 @@ namespace rz_obl {
 // output.
 
 void scan_linear_32bits(const scan_args_32& args);
+/// The same bits, eight rows at once. Needs AVX2.
+void scan_linear_32bits_avx2(const scan_args_32& args);
 /// By the weight table, which must have been built. Both give the same bits.
 void scan_cubic_32bits(const scan_args_32& args);
 /// Needs AVX2.

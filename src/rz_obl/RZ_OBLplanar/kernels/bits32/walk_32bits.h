@@ -20,6 +20,13 @@ static inline std::uint32_t assemble_pixel(__m128i sums, float planes) {
            (mean(_mm_extract_epi32(sums, 0)) << 16);
 }
 
+static inline float_point run_start_32bits(const scan_args_32& args, int row, int column) {
+    const float shift = args.quality == 1 ? 0.5F : 0.0F;
+    const float_point p =
+        first_slab_plane(plane_position(args.planeToIndex, row, column), args.slabSteps, args.slabStep);
+    return clamp_start(float_point{p.x + shift, p.y + shift, p.z});
+}
+
 /// Plane(args): (position) -> the three channels of one plane, 0 to 255, in lanes 0 to 2.
 template <class Plane>
 static inline void walk_32bits(const scan_args_32& args) {
@@ -28,7 +35,6 @@ static inline void walk_32bits(const scan_args_32& args) {
     const float planesF = static_cast<float>(planes);
     const float_point slabStep = float_step(args.slabStep);
     const float_point toNextPixel = float_step(args.columnStep) - planesF * slabStep;
-    const float shift = args.quality == 1 ? 0.5F : 0.0F;
 
     dirty_bounds seen = no_rows_seen(args.rowStride);
     const short* span = args.rowSpans;
@@ -39,9 +45,7 @@ static inline void walk_32bits(const scan_args_32& args) {
         if (first >= last) continue;
         visit_row(seen, row, first, last);
 
-        float_point p =
-            first_slab_plane(plane_position(args.planeToIndex, row, first), args.slabSteps, args.slabStep);
-        p = clamp_start(float_point{p.x + shift, p.y + shift, p.z});
+        float_point p = run_start_32bits(args, row, first);
         for (int column = first; column <= last; ++column) {
             __m128i sums = _mm_setzero_si128();
             for (int plane = 0; plane < planes; ++plane) {

@@ -9,5 +9,9 @@ namespace rz_obl {
 void scan_linear_8bits(const scan_args_8& args);
 void scan_max_linear_8bits(const scan_args_8& args);
 void scan_min_linear_8bits(const scan_args_8& args);
+// The same bits, eight rows at once. They need AVX2.
+void scan_linear_8bits_avx2(const scan_args_8& args);
+void scan_max_linear_8bits_avx2(const scan_args_8& args);
+void scan_min_linear_8bits_avx2(const scan_args_8& args);
 
 }  // namespace rz_obl

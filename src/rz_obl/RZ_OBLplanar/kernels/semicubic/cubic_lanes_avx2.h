@@ -2,6 +2,7 @@
 
 #include "rz_obl/RZ_OBLplanar/kernels/semicubic/cubic_poly.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/cells_avx2.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/eight_octets_avx2.h"
 
 // The polynomial of cubic_poly.h for eight quads at once, one per 32-bit lane. A quad lies in two registers
 // of 16-bit pairs. Included by wide files only.
@@ -64,14 +65,8 @@ static inline wide_quads saturated_quads(const __m256i stage[4]) {
 
 /// Four adjacent samples in each of eight places.
 static inline wide_quads read_eight_quads(const short* const at[8], std::ptrdiff_t offset) {
-    const __m256i a = _mm256_set_m128i(read_quads(at[4] + offset, at[5] + offset),
-                                       read_quads(at[0] + offset, at[1] + offset));  // 0 1 | 4 5
-    const __m256i b = _mm256_set_m128i(read_quads(at[6] + offset, at[7] + offset),
-                                       read_quads(at[2] + offset, at[3] + offset));  // 2 3 | 6 7
-    const __m256 af = _mm256_castsi256_ps(a);
-    const __m256 bf = _mm256_castsi256_ps(b);
-    return {_mm256_castps_si256(_mm256_shuffle_ps(af, bf, 0x88)),
-            _mm256_castps_si256(_mm256_shuffle_ps(af, bf, 0xdd))};
+    const wide_octets octets = eight_octets(at, offset);
+    return {octets.low, octets.high};
 }
 
 /// Between a and b, `part` units from a. Double holds every product and sum exactly, so only the truncation
