@@ -69,18 +69,79 @@ std::uint64_t total(__m128i sum) {
     return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_add_epi64(sum, _mm_unpackhi_epi64(sum, sum))));
 }
 
-__m128i load8(const char* from) {
-    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+// Rows of four samples.
+struct FourOf16 {
+    static constexpr int kBytes = 2;
+    static __m128i load(const char* from) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)); }
+};
+
+struct FourOf32 {
+    static constexpr int kBytes = 4;
+    static __m128i load(const char* from) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)); }
+};
+
+// first sample of row `row` and slice `slice`, 0 to 3, of the neighbourhood about x, y, z
+template <class Four>
+const char* neighbour(const LoadWalk& walk, std::int32_t x, std::int32_t y, std::int32_t z, int row,
+                      int slice) {
+    const std::ptrdiff_t offset = ((y >> 18) - 1 + row) * std::ptrdiff_t{walk.sourceWidth} + (x >> 18) - 1;
+    return static_cast<const char*>(walk.slices[(z >> 18) - 1 + slice]) + offset * Four::kBytes;
 }
 
+template <class Four>
 __m128i neighbourhood(const LoadWalk& walk, std::int32_t x, std::int32_t y, std::int32_t z, __m128i sum) {
-    const std::ptrdiff_t width = walk.sourceWidth * std::ptrdiff_t{2};
-    const std::ptrdiff_t offset = ((y >> 18) - 1) * width + ((x >> 18) - 1) * 2;
-    for (int k = -1; k <= 2; ++k) {
-        const char* const p = static_cast<const char*>(walk.slices[(z >> 18) + k]) + offset;
-        for (int j = 0; j < 4; ++j) sum = _mm_add_epi64(sum, load8(p + j * width));
+    const std::ptrdiff_t width = walk.sourceWidth * std::ptrdiff_t{Four::kBytes};
+    for (int k = 0; k < 4; ++k) {
+        const char* const p = neighbour<Four>(walk, x, y, z, 0, k);
+        for (int j = 0; j < 4; ++j) sum = _mm_add_epi64(sum, Four::load(p + j * width));
     }
     return sum;
+}
+
+const short* entry_at(const short* table, std::int32_t x, std::int32_t y, std::int32_t z) {
+    const int entry = ((z >> 12) & 63) << 12 | ((y >> 12) & 63) << 6 | ((x >> 12) & 63);
+    return table + std::ptrdiff_t{entry} * 64;
+}
+
+template <class Four>
+std::uint64_t table_loads(const LoadWalk& walk, const short* table) {
+    __m128i sum = _mm_setzero_si128();
+    visit(walk, [&](std::int32_t x, std::int32_t y, std::int32_t z) {
+        sum = neighbourhood<Four>(walk, x, y, z, sum);
+        const auto* const weights = reinterpret_cast<const __m128i*>(entry_at(table, x, y, z));
+        for (int i = 0; i < 8; ++i) sum = _mm_add_epi64(sum, _mm_loadu_si128(weights + i));
+    });
+    return total(sum);
+}
+
+// The same with all addresses known `kAhead` samples before: whoever prefetches does no better.
+template <class Four>
+std::uint64_t table_loads_ahead(const LoadWalk& walk, const short* table) {
+    constexpr std::size_t kAhead = 64;
+    struct Position {
+        std::int32_t x, y, z;
+    };
+    Position ring[kAhead];
+    std::size_t count = 0;
+    __m128i sum = _mm_setzero_si128();
+    const auto read = [&](const Position& p) {
+        sum = neighbourhood<Four>(walk, p.x, p.y, p.z, sum);
+        const auto* const weights = reinterpret_cast<const __m128i*>(entry_at(table, p.x, p.y, p.z));
+        for (int i = 0; i < 8; ++i) sum = _mm_add_epi64(sum, _mm_loadu_si128(weights + i));
+    };
+    visit(walk, [&](std::int32_t x, std::int32_t y, std::int32_t z) {
+        Position& slot = ring[count % kAhead];
+        if (count >= kAhead) read(slot);
+        slot = {x, y, z};
+        const auto* const weights = reinterpret_cast<const char*>(entry_at(table, x, y, z));
+        _mm_prefetch(weights, _MM_HINT_T0);
+        _mm_prefetch(weights + 64, _MM_HINT_T0);
+        const int slice = static_cast<int>(count % 4);
+        for (int j = 0; j < 4; ++j) _mm_prefetch(neighbour<Four>(walk, x, y, z, j, slice), _MM_HINT_T0);
+        ++count;
+    });
+    for (std::size_t i = count < kAhead ? 0 : count - kAhead; i < count; ++i) read(ring[i % kAhead]);
+    return total(sum);
 }
 
 }  // namespace
@@ -139,21 +200,27 @@ __attribute__((target("avx2"))) std::uint64_t linear_loads_16_wide(const LoadWal
     return std::uint64_t{sum[0]} + sum[1] + sum[2] + sum[3];
 }
 
-std::uint64_t cubic_loads(const LoadWalk& walk, const short* table) {
-    __m128i sum = _mm_setzero_si128();
-    visit(walk, [&](std::int32_t x, std::int32_t y, std::int32_t z) {
-        sum = neighbourhood(walk, x, y, z, sum);
-        const int entry = ((z >> 12) & 63) << 12 | ((y >> 12) & 63) << 6 | ((x >> 12) & 63);
-        const auto* const weights = reinterpret_cast<const __m128i*>(table + std::ptrdiff_t{entry} * 64);
-        for (int i = 0; i < 8; ++i) sum = _mm_add_epi64(sum, _mm_loadu_si128(weights + i));
-    });
-    return total(sum);
+std::uint64_t cubic_loads_16(const LoadWalk& walk, const short* table) {
+    return table_loads<FourOf16>(walk, table);
+}
+
+std::uint64_t cubic_loads_16_ahead(const LoadWalk& walk, const short* table) {
+    return table_loads_ahead<FourOf16>(walk, table);
+}
+
+std::uint64_t cubic_loads_32(const LoadWalk& walk, const short* table) {
+    return table_loads<FourOf32>(walk, table);
+}
+
+std::uint64_t cubic_loads_32_ahead(const LoadWalk& walk, const short* table) {
+    return table_loads_ahead<FourOf32>(walk, table);
 }
 
 std::uint64_t tricubic_loads(const LoadWalk& walk) {
     __m128i sum = _mm_setzero_si128();
-    visit(walk,
-          [&](std::int32_t x, std::int32_t y, std::int32_t z) { sum = neighbourhood(walk, x, y, z, sum); });
+    visit(walk, [&](std::int32_t x, std::int32_t y, std::int32_t z) {
+        sum = neighbourhood<FourOf16>(walk, x, y, z, sum);
+    });
     return total(sum);
 }
 
@@ -164,7 +231,7 @@ std::uint64_t semicubic_loads(const LoadWalk& walk) {
         const std::ptrdiff_t offset = ((y >> 18) - 1) * width + ((x >> 18) - 1) * 2;
         for (int k = 0; k < 2; ++k) {
             const char* const p = static_cast<const char*>(walk.slices[(z >> 18) + k]) + offset;
-            for (int j = 0; j < 4; ++j) sum = _mm_add_epi64(sum, load8(p + j * width));
+            for (int j = 0; j < 4; ++j) sum = _mm_add_epi64(sum, FourOf16::load(p + j * width));
         }
     });
     return total(sum);

@@ -30,8 +30,12 @@ std::uint64_t linear_loads_32(const LoadWalk& walk);
 /// The same loads of 16-bit samples with the addresses of eight columns made at once, plane by plane: more
 /// cache misses overlap. Needs AVX2 and eight columns.
 std::uint64_t linear_loads_16_wide(const LoadWalk& walk);
-/// Per cubic sample 16 loads of 8 bytes and an entry of 128 bytes from a table of 64 x 64 x 64 entries.
-std::uint64_t cubic_loads(const LoadWalk& walk, const short* table);
+/// Per cubic sample 16 loads of four samples and an entry of 128 bytes from a table of 64 x 64 x 64 entries.
+std::uint64_t cubic_loads_16(const LoadWalk& walk, const short* table);
+std::uint64_t cubic_loads_32(const LoadWalk& walk, const short* table);
+/// The same loads, each prefetched 64 samples before.
+std::uint64_t cubic_loads_16_ahead(const LoadWalk& walk, const short* table);
+std::uint64_t cubic_loads_32_ahead(const LoadWalk& walk, const short* table);
 /// The neighbourhoods alone: cubic polynomials instead of a table.
 std::uint64_t tricubic_loads(const LoadWalk& walk);
 /// Per semi-cubic sample 8 loads of 8 bytes, four rows of each of two slices.

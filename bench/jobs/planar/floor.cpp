@@ -57,15 +57,25 @@ Contender streaming(Volume& volume, const PlanarRequest& request) {
     });
 }
 
+std::vector<Contender> cubic_floors(Volume& volume, const LoadWalk& walk) {
+    const bool pixels = volume.kind == Kind::kPixels;
+    // read at each call: the table is built by the first cubic picture
+    const auto with_table = [&](std::uint64_t (*loads)(const LoadWalk&, const short*)) {
+        return probe(volume, [=] { return loads(walk, rz_obl::g_cubicWeightTable.weights); });
+    };
+    return {with_table(pixels ? cubic_loads_32 : cubic_loads_16),
+            with_table(pixels ? cubic_loads_32_ahead : cubic_loads_16_ahead)};
+}
+
 }  // namespace
 
 std::vector<Contender> planar_floors(Volume& volume, const PlanarRequest& request) {
     const LoadWalk walk = walk_of(volume, request);
     if (volume.kind == Kind::kUInt8) return {probe(volume, [walk] { return linear_loads_8(walk); })};
+    if (request.quality == RZ_OBL_RenditionQuality::Cubic && !request.tricubic)
+        return cubic_floors(volume, walk);
     if (volume.kind == Kind::kPixels) return {probe(volume, [walk] { return linear_loads_32(walk); })};
     if (request.tricubic) return {probe(volume, [walk] { return tricubic_loads(walk); })};
-    if (request.quality == RZ_OBL_RenditionQuality::Cubic)
-        return {probe(volume, [walk] { return cubic_loads(walk, rz_obl::g_cubicWeightTable.weights); })};
     if (request.quality == RZ_OBL_RenditionQuality::SemiCubic)
         return {probe(volume, [walk] { return semicubic_loads(walk); })};
     if (request.onGrid && request.planes > 1) return {streaming(volume, request)};

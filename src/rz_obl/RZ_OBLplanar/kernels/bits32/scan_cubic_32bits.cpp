@@ -1,4 +1,4 @@
-#include "rz_obl/RZ_OBLplanar/kernels/bits32/cubic_plane_32bits.h"
+#include "rz_obl/RZ_OBLplanar/kernels/bits32/cubic_sampler_32bits.h"
 #include "rz_obl/RZ_OBLplanar/kernels/bits32/scan_32bits.h"
 #include "rz_obl/RZ_OBLplanar/kernels/bits32/walk_32bits.h"
 
@@ -24,7 +24,7 @@ struct EightLanes {
 }  // namespace
 
 void scan_cubic_32bits(const scan_args_32& args) {
-    walk_32bits<CubicPlane<EightLanes>>(args);
+    walk_32bits<CubicSampler<EightLanes>>(args);
 }
 
 }  // namespace rz_obl

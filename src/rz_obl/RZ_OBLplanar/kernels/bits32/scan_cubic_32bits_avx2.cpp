@@ -2,7 +2,7 @@
 
 #include <immintrin.h>
 
-#include "rz_obl/RZ_OBLplanar/kernels/bits32/cubic_plane_32bits.h"
+#include "rz_obl/RZ_OBLplanar/kernels/bits32/cubic_sampler_32bits.h"
 #include "rz_obl/RZ_OBLplanar/kernels/bits32/scan_32bits.h"
 #include "rz_obl/RZ_OBLplanar/kernels/bits32/walk_32bits.h"
 
@@ -36,7 +36,7 @@ struct SixteenLanes {
 }  // namespace
 
 void scan_cubic_32bits_avx2(const scan_args_32& args) {
-    walk_32bits<CubicPlane<SixteenLanes>>(args);
+    walk_32bits<CubicSampler<SixteenLanes>>(args);
 }
 
 }  // namespace rz_obl

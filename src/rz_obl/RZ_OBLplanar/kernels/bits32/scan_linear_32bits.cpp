@@ -46,12 +46,15 @@ std::uint32_t trilinear_32bits(float x, float y, float z, const std::uint32_t pi
     return static_cast<std::uint32_t>(bytes) & 0x00ffffffU;  // byte 3 of a source pixel is ignored
 }
 
-class TrilinearPlane {
+class TrilinearSampler {
   public:
-    explicit TrilinearPlane(const scan_args_32& args)
+    explicit TrilinearSampler(const scan_args_32& args)
         : slices_(args.slices), sourceWidth_(args.sourceWidth) {}
 
-    __m128i operator()(const float_point& p) const {
+    void start(const walk_of_run& walk, std::int64_t) { walk_ = walk; }
+
+    __m128i next() {
+        const float_point p = next_position(walk_);
         std::uint32_t pixels[8];
         fetch_eight_32bits(slices_, p.x, p.y, p.z, sourceWidth_, pixels);
         const std::uint32_t value = trilinear_32bits(p.x, p.y, p.z, pixels);
@@ -61,12 +64,13 @@ class TrilinearPlane {
   private:
     const std::uint32_t* const* slices_;
     int sourceWidth_;
+    walk_of_run walk_{};
 };
 
 }  // namespace
 
 void scan_linear_32bits(const scan_args_32& args) {
-    walk_32bits<TrilinearPlane>(args);
+    walk_32bits<TrilinearSampler>(args);
 }
 
 }  // namespace rz_obl

@@ -27,10 +27,30 @@ static inline float_point run_start_32bits(const scan_args_32& args, int row, in
     return clamp_start(float_point{p.x + shift, p.y + shift, p.z});
 }
 
-/// Plane(args): (position) -> the three channels of one plane, 0 to 255, in lanes 0 to 2.
-template <class Plane>
+/// The samples of a run in order: columns, and the planes of each. Steps add up in single precision.
+struct walk_of_run {
+    float_point position;
+    float_point slabStep;
+    float_point toNextPixel;
+    int planes;
+    int plane;
+};
+
+static inline float_point next_position(walk_of_run& walk) {
+    const float_point p = walk.position;
+    walk.position = p + walk.slabStep;
+    if (++walk.plane == walk.planes) {
+        walk.plane = 0;
+        walk.position = walk.position + walk.toNextPixel;
+    }
+    return p;
+}
+
+/// Sampler(args): start(walk, samples) opens a run, next() -> the three channels of the run's next sample,
+/// 0 to 255, in lanes 0 to 2.
+template <class Sampler>
 static inline void walk_32bits(const scan_args_32& args) {
-    const Plane sample(args);
+    Sampler sampler(args);
     const int planes = 2 * args.slabSteps + 1;
     const float planesF = static_cast<float>(planes);
     const float_point slabStep = float_step(args.slabStep);
@@ -45,15 +65,12 @@ static inline void walk_32bits(const scan_args_32& args) {
         if (first >= last) continue;
         visit_row(seen, row, first, last);
 
-        float_point p = run_start_32bits(args, row, first);
+        sampler.start({run_start_32bits(args, row, first), slabStep, toNextPixel, planes, 0},
+                      static_cast<std::int64_t>(planes) * (last - first + 1));
         for (int column = first; column <= last; ++column) {
             __m128i sums = _mm_setzero_si128();
-            for (int plane = 0; plane < planes; ++plane) {
-                sums = _mm_add_epi32(sums, sample(p));
-                p = p + slabStep;
-            }
+            for (int plane = 0; plane < planes; ++plane) sums = _mm_add_epi32(sums, sampler.next());
             outputRow[column] = assemble_pixel(sums, planesF);
-            p = p + toNextPixel;
         }
     }
     merge_bounds(seen, args.firstRow, args.lastRow, args.firstColumn, args.lastColumn);
