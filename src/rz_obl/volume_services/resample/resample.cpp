@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "lower/definitions/matrix.h"
@@ -79,7 +80,7 @@ class Source {
     std::unique_ptr<Sample*[]> table_;
 };
 
-/// What a wide row needs for voxels that are not interior.
+/// What the loops over voxels need for one that is not interior.
 template <class Sample>
 struct SampleAnywhere {
     const Source<Sample>& source;
@@ -91,15 +92,39 @@ struct SampleAnywhere {
     }
 };
 
-using RowFunction = void (*)(const rz_obl::resample_row_args&);
+/// Rasters of equal size.
+struct Blocks {
+    const void* const* rasters;
+    int count;
+    std::size_t bytes;
+};
 
-/// Wide and narrow make the same bits.
-RowFunction row_function(short) {
-    return rz_obl::g_cpuFeatures.hasAvx2() ? rz_obl::resample_row_16_avx2 : rz_obl::resample_row_16;
+Blocks blocks_of(const void* const* rasters, const RZ_Box& box, std::size_t bytesPerSample) {
+    return {rasters, box.zDim,
+            static_cast<std::size_t>(box.xDim) * static_cast<std::size_t>(box.yDim) * bytesPerSample};
 }
 
-RowFunction row_function(float) {
-    return rz_obl::g_cpuFeatures.hasAvx2() ? rz_obl::resample_row_float_avx2 : rz_obl::resample_row_float;
+bool overlap(const Blocks& a, const Blocks& b) {
+    for (int i = 0; i < a.count; ++i) {
+        const auto first = reinterpret_cast<std::uintptr_t>(a.rasters[i]);
+        for (int k = 0; k < b.count; ++k) {
+            const auto other = reinterpret_cast<std::uintptr_t>(b.rasters[k]);
+            if (first < other + b.bytes && other < first + a.bytes) return true;
+        }
+    }
+    return false;
+}
+
+using ResampleFunction = void (*)(const rz_obl::resample_args&);
+
+/// Wide and narrow make the same bits, unless voxels already written are sampled again: then the order
+/// counts.
+ResampleFunction function_for(short, bool inOrder) {
+    return inOrder || !rz_obl::g_cpuFeatures.hasAvx2() ? rz_obl::resample_16 : rz_obl::resample_16_avx2;
+}
+
+ResampleFunction function_for(float, bool inOrder) {
+    return inOrder || !rz_obl::g_cpuFeatures.hasAvx2() ? rz_obl::resample_float : rz_obl::resample_float_avx2;
 }
 
 template <class Sample>
@@ -112,42 +137,46 @@ int resample(RZ_TVolume<Sample>& source, RZ_TVolume<float>& destination, float o
     destinationBox.GetBoxToBoxTrans(&sourceBox, toSource);
 
     const Source<Sample> samples(sourceBox, source.GetRasters());
-    if (destinationBox.xDim < 1) return 1;
+    if (destinationBox.xDim < 1 || destinationBox.yDim < 1 || destinationBox.zDim < 1) return 1;
     const SampleAnywhere<Sample> anywhere{samples, outside};
-    const RowFunction drawRow = row_function(Sample{});
-    float* const* output = destination.GetRasters();
-    rz_obl::resample_row_args row{};
-    row.slices = samples.slices();
-    row.width = sourceBox.xDim;
-    row.height = sourceBox.yDim;
-    row.depth = sourceBox.zDim;
-    row.toSource = toSource;
-    row.columns = destinationBox.xDim;
-    row.sample = SampleAnywhere<Sample>::at;
-    row.source = &anywhere;
-    for (row.z = 0; row.z < destinationBox.zDim; ++row.z) {
-        for (row.y = 0; row.y < destinationBox.yDim; ++row.y) {
-            row.output = output[row.z] + static_cast<std::ptrdiff_t>(row.y) * destinationBox.xDim;
-            drawRow(row);
-        }
-    }
+    float* const* const output = destination.GetRasters();
+    rz_obl::resample_args args{};
+    args.slices = samples.slices();
+    args.width = sourceBox.xDim;
+    args.height = sourceBox.yDim;
+    args.depth = sourceBox.zDim;
+    args.toSource = toSource;
+    args.columns = destinationBox.xDim;
+    args.rows = destinationBox.yDim;
+    args.planes = destinationBox.zDim;
+    args.output = output;
+    args.sample = SampleAnywhere<Sample>::at;
+    args.source = &anywhere;
+    const auto* const written = reinterpret_cast<const void* const*>(output);
+    const bool inOrder = overlap(blocks_of(samples.slices(), sourceBox, sizeof(Sample)),
+                                 blocks_of(written, destinationBox, sizeof(float)));
+    function_for(Sample{}, inOrder)(args);
     return 1;
 }
 
 }  // namespace
 
-// One voxel at a time, whatever the sample: a single one knows its source.
-void rz_obl::resample_row_16(const resample_row_args& args) {
-    for (int x = 0; x < args.columns; ++x) {
-        float point[4] = {static_cast<float>(x), static_cast<float>(args.y), static_cast<float>(args.z),
-                          1.0F};
-        RZ_vectrans(point, args.toSource);
-        args.output[x] = args.sample(args.source, point[0], point[1], point[2]);
+// Whatever the sample: a single voxel knows its source.
+void rz_obl::resample_16(const resample_args& args) {
+    for (int z = 0; z < args.planes; ++z) {
+        for (int y = 0; y < args.rows; ++y) {
+            float* const output = args.output[z] + static_cast<std::ptrdiff_t>(y) * args.columns;
+            for (int x = 0; x < args.columns; ++x) {
+                float point[4] = {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z), 1.0F};
+                RZ_vectrans(point, args.toSource);
+                output[x] = args.sample(args.source, point[0], point[1], point[2]);
+            }
+        }
     }
 }
 
-void rz_obl::resample_row_float(const resample_row_args& args) {
-    resample_row_16(args);
+void rz_obl::resample_float(const resample_args& args) {
+    resample_16(args);
 }
 
 int RZ_OBLUtils::Resample(RZ_TVolume<short>& source, RZ_TVolume<float>& destination, float outside_value,
