@@ -31,7 +31,7 @@ BoxCase about_the_middle(Random& random, const BoxCase& source, const std::array
 
 template <class T>
 void compare(const BoxCase& from, const BoxCase& to, Random& random, Branches& branches) {
-    SourceVolume<T> source(from.box(), 0);
+    SourceVolume<T> source(from.box());
     source.fill(random, false);
     FloatVolume want(to.box(), 1);
     FloatVolume got(to.box(), 1);
