@@ -4,14 +4,17 @@
 
 #include "rz_obl/RZ_OBLplanar/kernels/fixed_point.h"
 
-rz_obl::ThicknessStep rz_obl::thickness_step(const RZ_3Coord& normal, const RZ_Box& volumeBox,
-                                             float thickness) {
-    float toNormalised[4][4];
-    volumeBox.params.GetNormTrans(toNormalised);
-    const RZ_3Coord v = transform_direction(normal, toNormalised);
-    const float a = static_cast<float>(volumeBox.xDim) * v.x;
-    const float b = static_cast<float>(volumeBox.yDim) * v.y;
-    const float e = static_cast<float>(volumeBox.zDim) * v.z;
+rz_obl::ThicknessSteps::ThicknessSteps(const RZ_Box& volumeBox)
+    : dims_{static_cast<float>(volumeBox.xDim), static_cast<float>(volumeBox.yDim),
+            static_cast<float>(volumeBox.zDim)} {
+    volumeBox.params.GetNormTrans(toNormalised_);
+}
+
+rz_obl::ThicknessStep rz_obl::ThicknessSteps::along(const RZ_3Coord& normal, float thickness) const {
+    const RZ_3Coord v = transform_direction(normal, toNormalised_);
+    const float a = dims_[0] * v.x;
+    const float b = dims_[1] * v.y;
+    const float e = dims_[2] * v.z;
     float longest = std::fabs(a);
     if (std::fabs(b) > longest) longest = std::fabs(b);
     if (std::fabs(e) > longest) longest = std::fabs(e);

@@ -50,7 +50,17 @@ struct ThicknessStep {
     int halfSamples;
 };
 
-/// thickness: half thickness in millimetres.
-ThicknessStep thickness_step(const RZ_3Coord& normal, const RZ_Box& volumeBox, float thickness);
+/// Measures normals in the samples of a volume.
+class ThicknessSteps {
+  public:
+    explicit ThicknessSteps(const RZ_Box& volumeBox);
+
+    /// thickness: half thickness in millimetres.
+    ThicknessStep along(const RZ_3Coord& normal, float thickness) const;
+
+  private:
+    float toNormalised_[4][4];
+    float dims_[3];
+};
 
 }  // namespace rz_obl

@@ -116,7 +116,7 @@ int RZ_CalcCurved(RZ_Slice** slices, const RZ_Box&, const RZ_BoxParams& framePar
     rz_obl::limit_spans(spans.get(), curveColumns, placement, localFrames, maxWidth, pixel);
 
     rz_obl::ThicknessStep thick{RZ_3Coord(0.0F, 0.0F, 0.0F), 0};
-    if (thickness != 0.0F) thick = rz_obl::thickness_step(surfaceNormal, volumeBox, thickness);
+    if (thickness != 0.0F) thick = rz_obl::ThicknessSteps(volumeBox).along(surfaceNormal, thickness);
 
     if (cornerPoint != nullptr) {
         const int corner = range.least > placement.crossLo ? range.least : placement.crossLo;

@@ -33,10 +33,10 @@ struct LineSetup {
     RZ_3Coord advance;
 };
 
-LineSetup setup_of_column(const curve_worker_args& args, std::ptrdiff_t element) {
+LineSetup setup_of_column(const curve_worker_args& args, const rz_obl::ThicknessSteps& steps,
+                          std::ptrdiff_t element) {
     const RZ_3Coord step = rz_obl::transform_direction(args.directions[element], args.toIndex);
-    const rz_obl::ThicknessStep thick =
-        rz_obl::thickness_step(args.normals[element], *args.volumeBox, args.thickness);
+    const rz_obl::ThicknessStep thick = steps.along(args.normals[element], args.thickness);
     LineSetup setup;
     setup.halfSamples = rz_obl::low16(thick.halfSamples);
     setup.samples = 2 * setup.halfSamples + 1;
@@ -123,6 +123,7 @@ void draw_columns(const curve_worker_args& args, rz_obl::line_group draw, int at
     setup.thickStep = args.thickStep;
     setup.advance = advance_of(args.crossStep, setup.samples, args.thickStep);
 
+    const rz_obl::ThicknessSteps steps(*args.volumeBox);
     PendingLines<Sample> pending(args, draw, atOnce);
     const std::ptrdiff_t curveStep = args.transposed ? args.rowStride : 1;
     const std::ptrdiff_t outputStep = args.transposed ? 1 : args.rowStride;
@@ -140,7 +141,7 @@ void draw_columns(const curve_worker_args& args, rz_obl::line_group draw, int at
         if (span.first >= span.end) continue;
 
         const std::ptrdiff_t element = c - args.firstSample;
-        if (args.directions != nullptr) setup = setup_of_column(args, element);
+        if (args.directions != nullptr) setup = setup_of_column(args, steps, element);
         const line_args line = line_of_column(args, setup, element, span);
         const std::ptrdiff_t first = (static_cast<std::ptrdiff_t>(args.rowShift) + span.first) * outputStep;
         pending.add(line, c, span, static_cast<Sample*>(args.raster) + (lineStart + first + line.total));

@@ -25,8 +25,8 @@ struct line_args {
 /// Lines of adjacent columns; outputEnds point to samples of the kernel's type.
 using line_group = void (*)(const line_args* lines, void* const* outputEnds, int count);
 
-/// Lines that a wide kernel draws at once.
-constexpr int kMostLines = 8;
+/// Lines that a wide kernel draws at once, eight by eight.
+constexpr int kMostLines = 64;
 
 // The same bits as one line at a time, a line in each lane. Up to kMostLines lines of one raster table; they
 // need AVX2.
