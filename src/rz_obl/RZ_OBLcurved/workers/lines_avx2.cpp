@@ -363,7 +363,7 @@ class Group {
     /// Pixels of cross indices below `to`, on from where the last call ended.
     void draw(int to) {
         const bool usual = line_.leastSamples >= 1 && line_.mostSamples <= INT16_MAX && allFrom_ < allTo_;
-        draw_some(usual ? least(to, allFrom_) : to);
+        draw_some(least(to, allFrom_));
         if (usual) draw_all(least(to, allTo_));
         draw_some(to);
     }
