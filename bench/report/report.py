@@ -119,6 +119,8 @@ def missed(cases, notes):
 def main():
     head, cases = results.read_results(sys.argv[1], HERE.parent / "targets.csv")
     notes = results.read_notes(HERE.parent / "notes.csv")
+    for name in results.unknown_names(cases, HERE.parent / "targets.csv", HERE.parent / "notes.csv"):
+        print(f"report: not measured: {name}", file=sys.stderr)
     folder = pathlib.Path(sys.argv[2])
     phantom = [case for case in cases if case.volume != "CT"]
     ct = [case for case in cases if case.volume == "CT"]

@@ -82,6 +82,20 @@ def read_results(path, targets_path):
     return head, list(cases.values())
 
 
+def unknown_names(cases, targets_path, notes_path):
+    """Rows of targets and notes that name no measured case: a misspelt one would hold nobody to anything."""
+    known = {case.key for case in cases}
+    jobs = {case.job for case in cases}
+    unknown = []
+    for path in (targets_path, notes_path):
+        with open(path, newline="", encoding="utf-8") as file:
+            for row in csv.DictReader(file):
+                anywhere = row["case"] == "*" and (row["job"] == "*" or row["job"] in jobs)
+                if not anywhere and (row["job"], row["case"]) not in known:
+                    unknown.append(f"{path.name}: {row['job']}: {row['case']}")
+    return unknown
+
+
 def read_notes(path):
     """Remarks by (job, case): why a target was missed and what was tried. Job and case may be '*'."""
     with open(path, newline="", encoding="utf-8") as file:
