@@ -82,7 +82,7 @@ void semicubic_and_tricubic(bool wide) {
     digest("scan_semicubic_x", wide ? rz_obl::scan_semicubic_x_avx2 : rz_obl::scan_semicubic_x);
     digest("scan_semicubic_y", wide ? rz_obl::scan_semicubic_y_avx2 : rz_obl::scan_semicubic_y);
     digest("scan_semicubic_z", wide ? rz_obl::scan_semicubic_z_avx2 : rz_obl::scan_semicubic_z);
-    digest("scan_tricubic", rz_obl::scan_tricubic);
+    digest("scan_tricubic", wide ? rz_obl::scan_tricubic_avx2 : rz_obl::scan_tricubic);
 }
 
 void max_min(bool wide) {

@@ -136,7 +136,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
         compare<ScanCase16>(anywhere(), quality, rz_reference::scan_semicubic_z, rz_obl::scan_semicubic_z,
                             rz_obl::scan_semicubic_z_avx2);
     if (which == 6)
-        compare<ScanCase16>(anywhere(), quality, rz_reference::scan_tricubic, rz_obl::scan_tricubic);
+        compare<ScanCase16>(anywhere(), quality, rz_reference::scan_tricubic, rz_obl::scan_tricubic,
+                            rz_obl::scan_tricubic_avx2);
     if (which >= 7 && which <= 10) max_min(static_cast<std::uint8_t>(which - 7), flag);
     if (which >= 11 && which <= 13) bits8(static_cast<std::uint8_t>(which - 11), flag);
     if (which >= 14) bits32(which == 15, flag);

@@ -64,6 +64,7 @@ RZ_KERNEL(scan_semicubic_z_avx2, "_ZN6rz_obl21scan_semicubic_z_avx2ERKNS_9scan_a
 RZ_KERNEL(scan_cubic_sse, "_ZN6rz_obl14scan_cubic_sseERKNS_9scan_argsIsiEE", scan_args_16)
 RZ_KERNEL(scan_cubic_avx2, "_ZN6rz_obl15scan_cubic_avx2ERKNS_9scan_argsIsiEE", scan_args_16)
 RZ_KERNEL(scan_tricubic, "_ZN6rz_obl13scan_tricubicERKNS_9scan_argsIsiEE", scan_args_16)
+RZ_KERNEL(scan_tricubic_avx2, "_ZN6rz_obl18scan_tricubic_avx2ERKNS_9scan_argsIsiEE", scan_args_16)
 RZ_KERNEL_FAST(scan_max_plane_major_avx2, "_ZN6rz_obl25scan_max_plane_major_avx2ERKNS_9scan_argsIsiEEb")
 RZ_KERNEL_FAST(scan_max_pixel_major_avx2, "_ZN6rz_obl25scan_max_pixel_major_avx2ERKNS_9scan_argsIsiEEb")
 RZ_KERNEL_FAST(scan_min_plane_major_avx2, "_ZN6rz_obl25scan_min_plane_major_avx2ERKNS_9scan_argsIsiEEb")

@@ -135,6 +135,7 @@ class Selection : public testing::Test {
 // A wide form of a kernel has the same bits.
 const std::string kLinear = processor_has_avx2() ? "scan_linear_avx2" : "scan_linear";
 const std::string kCubic16 = processor_has_avx2() ? "scan_cubic_avx2" : "scan_cubic_sse";
+const std::string kTricubic = processor_has_avx2() ? "scan_tricubic_avx2" : "scan_tricubic";
 const std::string kLinear32 = processor_has_avx2() ? "scan_linear_32bits_avx2" : "scan_linear_32bits";
 const std::string kCubic32 = processor_has_avx2() ? "scan_cubic_32bits_avx2" : "scan_cubic_32bits";
 
@@ -220,7 +221,7 @@ TEST_F(Selection, force_tricubic_comes_before_any_choice_and_does_not_log) {
         given.slabStep[0] = -4;
         rz_obl::scan_avg_12_2(given.args, 1);
         const KernelCall c = given.call();
-        EXPECT_EQ(c.kernel, "scan_tricubic");
+        EXPECT_EQ(c.kernel, kTricubic);
         EXPECT_EQ(c.quality, quality);
         EXPECT_EQ(c.slab, (std::array<double, 3>{4, -5, -6}));
     }
@@ -228,7 +229,7 @@ TEST_F(Selection, force_tricubic_comes_before_any_choice_and_does_not_log) {
     Given16 given(3);
     rz_obl::scan_avg_12_2(given.args, 1);
     const KernelCall c = given.call();
-    EXPECT_EQ(c.kernel, "scan_tricubic");
+    EXPECT_EQ(c.kernel, kTricubic);
     EXPECT_EQ(c.quality, 4);
     EXPECT_TRUE(g_lines.empty());
 }

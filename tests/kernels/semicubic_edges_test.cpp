@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/kernels/semicubic_forms.h"
+#include "tests/kernels/serpentine_forms.h"
 
 // The semi-cubic kernels at their edges, with numbers worked out by hand. On a ramp the polynomial is the
 // line itself: second and third differences are 0.
@@ -11,7 +11,7 @@ using namespace rz_test;
 
 using Pixels = std::vector<short>;
 
-constexpr SemicubicKernel kAll[] = {kSemicubicX, kSemicubicY, kSemicubicZ};
+constexpr SerpentineKernel kAll[] = {kSemicubicX, kSemicubicY, kSemicubicZ};
 
 // 20 x 12 x 9 samples, two rows of six columns that start at (4, 4, 4).
 ScanCase16 roomy_case() {
@@ -22,7 +22,7 @@ ScanCase16 roomy_case() {
 }
 
 TEST(ScanSemicubicEdges, quality_3_lies_half_a_sample_further_in_x_and_y) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         fill_by(c, [](int x, int y, int z) { return 100 * x + 1000 * y + 10 * z; });
@@ -34,7 +34,7 @@ TEST(ScanSemicubicEdges, quality_3_lies_half_a_sample_further_in_x_and_y) {
 }
 
 TEST(ScanSemicubicEdges, shift_comes_before_the_clamp) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         fill_by(c, [](int x, int, int) { return 100 * x; });
@@ -48,7 +48,7 @@ TEST(ScanSemicubicEdges, shift_comes_before_the_clamp) {
 }
 
 TEST(ScanSemicubicEdges, single_plane_at_a_face_is_written_as_0) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = blank_scan_case<ScanCase16>(20, 12, 9, 1, 20);
         fill_all(c, 1000);
@@ -61,7 +61,7 @@ TEST(ScanSemicubicEdges, single_plane_at_a_face_is_written_as_0) {
 }
 
 TEST(ScanSemicubicEdges, rows_at_a_face_are_written_as_0) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = blank_scan_case<ScanCase16>(20, 12, 9, 12, 3);
         fill_all(c, 1000);
@@ -73,7 +73,7 @@ TEST(ScanSemicubicEdges, rows_at_a_face_are_written_as_0) {
 }
 
 TEST(ScanSemicubicEdges, mean_divides_by_all_planes_also_dropped_ones) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         fill_all(c, 1000);
@@ -84,7 +84,7 @@ TEST(ScanSemicubicEdges, mean_divides_by_all_planes_also_dropped_ones) {
 }
 
 TEST(ScanSemicubicEdges, least_signed_value_does_not_occur) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         fill_all(c, -32768);
@@ -95,7 +95,7 @@ TEST(ScanSemicubicEdges, least_signed_value_does_not_occur) {
 }
 
 TEST(ScanSemicubicEdges, signed_12_bits_end_at_2047_on_both_sides) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         c.bitDepth = 12;
@@ -109,7 +109,7 @@ TEST(ScanSemicubicEdges, signed_12_bits_end_at_2047_on_both_sides) {
 }
 
 TEST(ScanSemicubicEdges, unsigned_12_bits_end_at_0_and_4095) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         c.isSigned = false;
@@ -122,7 +122,7 @@ TEST(ScanSemicubicEdges, unsigned_12_bits_end_at_0_and_4095) {
 }
 
 TEST(ScanSemicubicEdges, negative_mean_truncates_toward_zero) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         set_origin(c, 4.0F, 4.0F, 4.0F);
@@ -135,7 +135,7 @@ TEST(ScanSemicubicEdges, negative_mean_truncates_toward_zero) {
 }
 
 TEST(ScanSemicubicEdges, constant_field_keeps_its_value_at_any_fraction) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         fill_all(c, 1000);
@@ -146,7 +146,7 @@ TEST(ScanSemicubicEdges, constant_field_keeps_its_value_at_any_fraction) {
 }
 
 TEST(ScanSemicubicEdges, slab_is_walked_to_and_fro_with_the_same_sum) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         const int slices[9] = {7, 10, 20, 60, 110, 30, 90, 3, 5};
@@ -165,7 +165,7 @@ TEST(ScanSemicubicEdges, slab_is_walked_to_and_fro_with_the_same_sum) {
 }
 
 TEST(ScanSemicubicEdges, no_plane_at_all_writes_0) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = roomy_case();
         fill_all(c, 1000);
@@ -208,7 +208,7 @@ TEST(ScanSemicubicEdges, linear_fraction_has_15_bits_along_y_and_x) {
 // -1000 x 0x1000 >> 15 is -125.
 TEST(ScanSemicubicEdges, axes_that_are_cubic_overshoot_and_the_linear_one_does_not) {
     struct Row {
-        SemicubicKernel kernel;
+        SerpentineKernel kernel;
         short alongX, alongY, alongZ;
     };
     const Row rows[] = {
@@ -231,7 +231,7 @@ TEST(ScanSemicubicEdges, axes_that_are_cubic_overshoot_and_the_linear_one_does_n
 
 // 32 columns of 512 samples are 2^32 units: the coordinate comes round to where it began.
 TEST(ScanSemicubicEdges, coordinates_wrap) {
-    for (const SemicubicKernel& kernel : kAll) {
+    for (const SerpentineKernel& kernel : kAll) {
         SCOPED_TRACE(kernel.name);
         auto c = blank_scan_case<ScanCase16>(20, 12, 9, 1, 34);
         fill_all(c, 1000);

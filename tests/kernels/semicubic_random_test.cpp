@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/kernels/semicubic_forms.h"
+#include "tests/kernels/serpentine_forms.h"
 #include "tests/reference/semicubic.h"
 #include "tests/support/branches.h"
 
@@ -13,7 +13,7 @@ using namespace rz_test;
 
 using Reference = void (*)(const rz_obl::scan_args_16&, Branches&);
 
-void compare(const SemicubicKernel& kernel, Reference reference, ScanOptions options, Branches& branches) {
+void compare(const SerpentineKernel& kernel, Reference reference, ScanOptions options, Branches& branches) {
     // x and y are tested by the kernel, slices and their guards serve z.
     options.reach = Reach::kAnywhere;
     for (const Seed seed : seeds(3500)) {
@@ -100,7 +100,7 @@ TEST(ScanSemicubicRandom, linear_along_x) {
 }
 
 // One run over all 32768 fractions along an axis, about four samples that are all least or greatest.
-void compare_every_fraction(const SemicubicKernel& kernel, Reference reference, int axis) {
+void compare_every_fraction(const SerpentineKernel& kernel, Reference reference, int axis) {
     for (int extremes = 0; extremes < 16; ++extremes) {
         SCOPED_TRACE(extremes);
         auto c = blank_scan_case<ScanCase16>(20, 20, 8, 1, 32767);

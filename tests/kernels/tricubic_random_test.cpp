@@ -1,16 +1,20 @@
 #include <gtest/gtest.h>
 
-#include "rz_obl/RZ_OBLplanar/kernels/tricubic/scan_tricubic.h"
+#include "tests/kernels/serpentine_forms.h"
 #include "tests/reference/tricubic.h"
 #include "tests/support/branches.h"
-#include "tests/support/hand_made.h"
 #include "tests/support/scan_case.h"
 
-// scan_tricubic against its plain form, on seeded cases that together reach every branch.
+// Both forms of scan_tricubic against the plain form, on seeded cases that together reach every branch.
 
 namespace {
 
 using namespace rz_test;
+
+TEST(ScanTricubicRandom, wide_form_is_compared_here) {
+    if (!rz_obl::g_cpuFeatures.hasAvx2())
+        GTEST_SKIP() << "this processor has no AVX2: scan_tricubic_avx2 did not run";
+}
 
 TEST(ScanTricubicRandom, every_depth_and_sign) {
     ScanOptions options;
@@ -22,8 +26,9 @@ TEST(ScanTricubicRandom, every_depth_and_sign) {
         auto c = make_scan_case<ScanCase16>(seed, options);
         c.quality = seed % 2 == 0 ? 3 : 4;
         const auto want = run([&](const auto& args) { rz_reference::scan_tricubic(args, branches); }, c);
-        const auto got = run(rz_obl::scan_tricubic, c);
-        ASSERT_EQ(first_difference(c, want, got), "");
+        ASSERT_EQ(first_difference(c, want, run(kTricubic.narrow, c)), "");
+        if (!rz_obl::g_cpuFeatures.hasAvx2()) continue;
+        ASSERT_EQ(first_difference(c, want, run(kTricubic.wide, c)), "");
     }
     EXPECT_EQ(branches.never_met({"empty span",
                                   "span of one column",
@@ -87,7 +92,7 @@ TEST(ScanTricubicFractions, along_z) {
             set_slab(c, 1, 0, 15 * kSample, 0);
             Branches branches;
             const auto want = run([&](const auto& args) { rz_reference::scan_tricubic(args, branches); }, c);
-            ASSERT_EQ(first_difference(c, want, run(rz_obl::scan_tricubic, c)), "");
+            ASSERT_EQ(first_difference(c, want, run_forms(kTricubic, c)), "");
         }
     }
 }

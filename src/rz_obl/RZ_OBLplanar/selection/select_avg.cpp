@@ -33,6 +33,11 @@ void scan_semicubic(const scan_args_16& args, int dominantAxis) {
     return scan_semicubic_x(args);
 }
 
+void scan_tricubic_widest(const scan_args_16& args) {
+    if (g_cpuFeatures.hasAvx2()) return scan_tricubic_avx2(args);
+    return scan_tricubic(args);
+}
+
 }  // namespace
 
 // required: Cubic means the semi-cubic kernels here, with the half-sample shift that quality 3 switches on,
@@ -48,7 +53,7 @@ void scan_avg_12_2(const scan_args_16& args, int dominantAxis) {
     static const bool HasAvx2 = AllowAvx2For16 && g_cpuFeatures.hasAvx2();
     make_x_ascending(args.slabStep);
     const Quality q = ForceLinear ? Quality::Linear : static_cast<Quality>(args.quality);
-    if (ForceTricubic) return scan_tricubic(with_quality(args, q));
+    if (ForceTricubic) return scan_tricubic_widest(with_quality(args, q));
 
     if (q == Quality::Cubic && HasAvx2) {
         if (log_wanted(kEntry, __LINE__)) JrnGLog.Log("Cubic MPR with AVX2");

@@ -43,8 +43,8 @@ struct Least {
     static __m256i result(__m256i m, __m256) { return m; }
 };
 
-inline int two_bytes(const unsigned char* at) {
-    std::uint16_t both = 0;
+inline std::int16_t two_bytes(const unsigned char* at) {
+    std::int16_t both = 0;
     std::memcpy(&both, at, sizeof both);
     return both;
 }
