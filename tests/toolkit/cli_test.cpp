@@ -14,8 +14,7 @@
 
 #include "tests/toolkit/decode_png.h"
 #include "tests/toolkit/names_in.h"
-#include "tests/toolkit/readers_support.h"
-#include "tests/toolkit/run_program.h"
+#include "tests/toolkit/phantom_files.h"
 #include "toolkit/core/phantom.h"
 #include "toolkit/core/plane_request.h"
 #include "toolkit/io/read_volume.h"
@@ -33,32 +32,14 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Small phantoms in a folder of their own, each made when it is first wanted.
-class Phantoms {
-  public:
-    std::string ct() { return file("ct.nrrd", SampleKind::Int16); }
-    std::string byte() { return file("byte.mha", SampleKind::UInt8); }
-    std::string colour() { return file("colour.nrrd", SampleKind::Rgb); }
-
-  private:
-    std::string file(const char* name, SampleKind kind) {
-        const fs::path path = folder_ / name;
-        if (!fs::exists(path)) write_volume(make_phantom(phantom_grid(4), kind), path, false);
-        return path.string();
-    }
-    TemporaryFolder folder_;
-};
-
-Phantoms& phantoms() {
-    static Phantoms made;
+const PhantomFiles& phantoms() {
+    static const PhantomFiles made(4);
     return made;
 }
 
-/// rzobl mpr ct -o folder/out.png with further arguments.
-Finished mpr(const fs::path& out, std::vector<std::string> more, const std::string& input = phantoms().ct()) {
-    std::vector<std::string> arguments{"mpr", input, "-o", out.string()};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return rzobl(arguments);
+Finished mpr(const fs::path& out, const std::vector<std::string>& more,
+             const std::string& input = phantoms().ct()) {
+    return rzobl_to("mpr", input, out, more);
 }
 
 }  // namespace

@@ -16,12 +16,9 @@
 
 #include "tests/toolkit/decode_png.h"
 #include "tests/toolkit/names_in.h"
-#include "tests/toolkit/readers_support.h"
-#include "tests/toolkit/run_program.h"
+#include "tests/toolkit/phantom_files.h"
 #include "toolkit/core/curved_request.h"
-#include "toolkit/core/phantom.h"
 #include "toolkit/io/read_volume.h"
-#include "toolkit/io/write_volume.h"
 
 // rzobl curved as a person runs it.
 
@@ -35,35 +32,18 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Small phantoms in a folder of their own, each made when it is first wanted.
-class Phantoms {
-  public:
-    std::string ct() { return file("ct.nrrd", SampleKind::Int16); }
-    std::string byte() { return file("byte.mha", SampleKind::UInt8); }
-    std::string colour() { return file("colour.nrrd", SampleKind::Rgb); }
-
-  private:
-    std::string file(const char* name, SampleKind kind) {
-        const fs::path path = folder_ / name;
-        if (!fs::exists(path)) write_volume(make_phantom(phantom_grid(4), kind), path, false);
-        return path.string();
-    }
-    TemporaryFolder folder_;
-};
-
-Phantoms& phantoms() {
-    static Phantoms made;
+const PhantomFiles& phantoms() {
+    static const PhantomFiles made(4);
     return made;
 }
 
 constexpr const char* kArch = "-40,20,10;-25,-30,10;25,-30,10;40,20,10";
 
-/// rzobl curved ct -o folder/out.png --points ... with further arguments.
-Finished curved(const fs::path& out, std::vector<std::string> more, const std::string& points = kArch,
+Finished curved(const fs::path& out, const std::vector<std::string>& more, const std::string& points = kArch,
                 const std::string& input = phantoms().ct()) {
-    std::vector<std::string> arguments{"curved", input, "-o", out.string(), "--points", points};
+    std::vector<std::string> arguments{"--points", points};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    return rzobl(arguments);
+    return rzobl_to("curved", input, out, arguments);
 }
 
 }  // namespace

@@ -17,7 +17,9 @@
 
 #include "readers_support.h"
 #include "tests/support/seeded.h"
+#include "tests/toolkit/core_fields.h"
 #include "toolkit/core/error.h"
+#include "toolkit/core/phantom.h"
 #include "toolkit/core/plane_request.h"
 
 namespace {
@@ -53,20 +55,6 @@ ItkVolume::Pointer make_itk(const std::array<int, 3>& size, const Vec3& spacing,
     image->SetDirection(direction);
     image->Allocate();
     return image;
-}
-
-Vec3 random_direction(Random& random) {
-    for (;;) {
-        Vec3 v{};
-        double square = 0;
-        for (double& x : v) {
-            x = static_cast<double>(random.real(-1, 1));
-            square += x * x;
-        }
-        if (square < 0.01 || square > 1) continue;
-        for (double& x : v) x /= std::sqrt(square);
-        return v;
-    }
 }
 
 struct Tally {
@@ -132,6 +120,19 @@ void compare(const Volume& volume, const ItkVolume* image, Seed first) {
     EXPECT_LT(tally.undrawn, 40);
 }
 
+/// The same samples in ITK's hands, at the place that the caller knows.
+ItkVolume::Pointer copy_to_itk(const Volume& volume, const Vec3& spacing, const Vec3& origin,
+                               const std::array<Vec3, 3>& along) {
+    const auto& size = volume.grid().size;
+    const ItkVolume::Pointer image = make_itk(size, spacing, origin, along);
+    const auto samples = static_cast<std::size_t>(size[0]) * static_cast<std::size_t>(size[1]);
+    short* to = image->GetBufferPointer();
+    for (int k = 0; k < size[2]; ++k)
+        to = std::copy_n(static_cast<const short*>(volume.raster(k)), samples, to);
+    return image;
+}
+
+/// Under the header that the demo gives it, which ITK reads by itself.
 TEST(PeerItk, CtHead) {
     const char* const archive = "/usr/share/doc/invesalius-examples/examples/Cranium.inv3";
     if (!fs::exists(archive))
@@ -140,50 +141,46 @@ TEST(PeerItk, CtHead) {
     const std::string command = std::string("tar -xzf ") + archive + " -C '" + folder.path().string() +
                                 "' --wildcards '*/matrix.dat' --strip-components=1";
     ASSERT_EQ(std::system(command.c_str()), 0);
-    write_text(
-        folder / "head.mhd",
-        "ObjectType = Image\nNDims = 3\nBinaryData = True\nBinaryDataByteOrderMSB = False\n"
-        "TransformMatrix = 1 0 0 0 -1 0 0 0 1\nOffset = -122 122 40\nElementSpacing = 0.957 0.957 1.5\n"
-        "DimSize = 256 256 108\nElementType = MET_SHORT\nElementDataFile = matrix.dat\n");
+    fs::copy_file(fs::path(RZ_SOURCE_DIR) / "scripts" / "demo-data" / "ct-head.mhd", folder / "head.mhd");
     const auto reader = itk::ImageFileReader<ItkVolume>::New();
     reader->SetImageIO(itk::MetaImageIO::New());
     reader->SetFileName((folder / "head.mhd").string());
     reader->Update();
-    compare(rzobl::read_volume(folder / "head.mhd").volume, reader->GetOutput(), 100);
+    const Volume volume = rzobl::read_volume(folder / "head.mhd").volume;
+    EXPECT_EQ(volume.grid().size, (std::array<int, 3>{256, 256, 108}));
+    compare(volume, reader->GetOutput(), 100);
 }
 
 TEST(PeerItk, DicomPhantom) {
     const fs::path ct = real_ct();
     if (ct.empty()) GTEST_SKIP() << "the real CT is not here: DicomPhantom did not run";
     const Volume volume = rzobl::read_volume(ct / "phantom").volume;
+    ASSERT_EQ(volume.grid().size, (std::array<int, 3>{512, 512, 140}));
     // Where the tags of the lowest slice place it.
-    const auto image = make_itk({512, 512, 140}, {0.451171875, 0.451171875, 1}, {-115.5, -1.85, 694.21},
-                                {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}});
-    short* to = image->GetBufferPointer();
-    for (int k = 0; k < 140; ++k, to += 512 * 512)
-        std::copy_n(static_cast<const short*>(volume.raster(k)), 512 * 512, to);
-    compare(volume, image, 200);
+    compare(volume,
+            copy_to_itk(volume, {0.451171875, 0.451171875, 1}, {-115.5, -1.85, 694.21},
+                        {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}}),
+            200);
+}
+
+/// The head about the middle of a grid of any orientation and handedness, without a file between.
+TEST(PeerItk, RandomlyOrientedHead) {
+    for (const Seed seed : {Seed{11}, Seed{12}}) {
+        Random random(seed);
+        rzobl::Grid grid = random_grid(random);
+        grid.size = {110, 120, 90};
+        grid.spacing = {1.3, 1.3, 1.9};
+        grid.origin = rzobl::added(grid.origin, rzobl::scaled(grid.centre(), -1));
+        const Volume volume = rzobl::make_phantom(grid, rzobl::SampleKind::Int16);
+        compare(volume, copy_to_itk(volume, grid.spacing, grid.origin, grid.direction), 400);
+    }
 }
 
 /// A smooth field and noise in a box of any orientation.
 ItkVolume::Pointer random_phantom(Random& random) {
-    const Vec3 a = random_direction(random);
-    Vec3 b = random_direction(random);
-    const double along = a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-    double norm = 0;
-    for (std::size_t i = 0; i < 3; ++i) {
-        b[i] -= along * a[i];
-        norm += b[i] * b[i];
-    }
-    for (double& x : b) x /= std::sqrt(norm);
-    const double hand = random.once_in(2) ? 1 : -1;
-    const Vec3 c{hand * (a[1] * b[2] - a[2] * b[1]), hand * (a[2] * b[0] - a[0] * b[2]),
-                 hand * (a[0] * b[1] - a[1] * b[0])};
-    const std::array<int, 3> size{random.between(90, 140), random.between(90, 140), random.between(60, 100)};
-    const auto spacing = [&] { return static_cast<double>(random.real(0.5F, 1.5F)); };
-    const auto place = [&] { return static_cast<double>(random.real(-300, 300)); };
-    const Vec3 steps{spacing(), spacing(), spacing()}, origin{place(), place(), place()};
-    const auto image = make_itk(size, steps, origin, {{a, b, c}});
+    const rzobl::Grid grid = random_grid(random, 80, 140);
+    const auto& size = grid.size;
+    const auto image = make_itk(size, grid.spacing, grid.origin, grid.direction);
     short* to = image->GetBufferPointer();
     for (int k = 0; k < size[2]; ++k) {
         for (int j = 0; j < size[1]; ++j) {

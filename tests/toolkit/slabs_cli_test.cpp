@@ -12,16 +12,13 @@
 
 #include "tests/toolkit/decode_png.h"
 #include "tests/toolkit/names_in.h"
-#include "tests/toolkit/readers_support.h"
-#include "tests/toolkit/run_program.h"
+#include "tests/toolkit/phantom_files.h"
 #include "tests/toolkit/slabs_fields.h"
-#include "toolkit/core/phantom.h"
 #include "toolkit/core/resample.h"
 #include "toolkit/core/restack.h"
 #include "toolkit/core/slab.h"
 #include "toolkit/core/subtract.h"
 #include "toolkit/io/read_volume.h"
-#include "toolkit/io/write_volume.h"
 
 // slab, subtract, restack, resample and outline as a person runs them.
 
@@ -35,34 +32,10 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Volumes in a folder of their own, each made when it is first wanted. The CT has 23 x 27 x 26 samples of 8
-/// mm.
-class Volumes {
-  public:
-    std::string ct() { return file("ct.nrrd", SampleKind::Int16); }
-    std::string byte() { return file("byte.mha", SampleKind::UInt8); }
-    std::string colour() { return file("colour.nrrd", SampleKind::Rgb); }
-
-  private:
-    std::string file(const char* name, SampleKind kind) {
-        const fs::path path = folder_ / name;
-        if (!fs::exists(path)) write_volume(make_phantom(phantom_grid(8), kind), path, false);
-        return path.string();
-    }
-    TemporaryFolder folder_;
-};
-
-Volumes& volumes() {
-    static Volumes made;
+/// The CT has 23 x 27 x 26 samples of 8 mm.
+const PhantomFiles& volumes() {
+    static const PhantomFiles made(8);
     return made;
-}
-
-/// rzobl command input -o out with further arguments.
-Finished run(const std::string& command, const std::string& input, const fs::path& out,
-             const std::vector<std::string>& more) {
-    std::vector<std::string> arguments{command, input, "-o", out.string()};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return rzobl(arguments);
 }
 
 void expect_same_samples(const Volume& got, const void* want, int k = 0) {
@@ -93,7 +66,7 @@ TEST(SlabsCli, ASlabIsWhatTheCoreMakes) {
                                      {"max", RZ_OBL_SlabbingType::SlabMaximum},
                                      {"min", RZ_OBL_SlabbingType::SlabMinimum}}) {
         const fs::path out = folder / (std::string(name) + ".nrrd");
-        const Finished done = run("slab", volumes().ct(), out, {"--range", "5:9", "--type", name});
+        const Finished done = rzobl_to("slab", volumes().ct(), out, {"--range", "5:9", "--type", name});
         ASSERT_EQ(done.status, 0) << done.err;
         EXPECT_THAT(done.out, HasSubstr("23 x 27 pixels, 40 mm thick"));
         const Image want = slab(ct, {5, 9}, type);
@@ -105,10 +78,11 @@ TEST(SlabsCli, ASlabIsWhatTheCoreMakes) {
 
 TEST(SlabsCli, ASlabOfBytesIsWiderAndAPngShowsIt) {
     const TemporaryFolder folder;
-    ASSERT_EQ(run("slab", volumes().byte(), folder / "a.mha", {"--range", "3:9"}).status, 0);
+    ASSERT_EQ(rzobl_to("slab", volumes().byte(), folder / "a.mha", {"--range", "3:9"}).status, 0);
     EXPECT_EQ(read_volume(folder / "a.mha").volume.kind(), SampleKind::Int16);
-    ASSERT_EQ(run("slab", volumes().byte(), folder / "a.png", {"--range", "9", "--window", "128,256"}).status,
-              0);
+    ASSERT_EQ(
+        rzobl_to("slab", volumes().byte(), folder / "a.png", {"--range", "9", "--window", "128,256"}).status,
+        0);
     EXPECT_EQ(decode_png(folder / "a.png").width, 23);
 }
 
@@ -116,7 +90,7 @@ TEST(SlabsCli, ASlidingSlabIsAVolume) {
     const TemporaryFolder folder;
     for (const char* how : {"--slide", "--afresh"}) {
         const fs::path out = folder / (std::string(how) + ".mha");
-        const Finished done = run("slab", volumes().ct(), out, {"--range", "2:11", "--slide", how});
+        const Finished done = rzobl_to("slab", volumes().ct(), out, {"--range", "2:11", "--slide", how});
         ASSERT_EQ(done.status, 0) << done.err;
         const Volume got = read_volume(out).volume;
         const Volume want =
@@ -138,7 +112,7 @@ TEST(SlabsCli, ASubtractionIsWhatTheCoreMakes) {
         std::vector<std::string> arguments{"--minuend", "4:6", "--subtrahend", "9", "--shift", "0.25,-2.5"};
         if (wholeRows) arguments.push_back("--whole-rows");
         const fs::path out = folder / (wholeRows ? "rows.nrrd" : "samples.nrrd");
-        const Finished done = run("subtract", volumes().ct(), out, arguments);
+        const Finished done = rzobl_to("subtract", volumes().ct(), out, arguments);
         ASSERT_EQ(done.status, 0) << done.err;
         EXPECT_THAT(done.err, HasSubstr("warning: the shift leaves 3 of 27 rows nothing to subtract"));
         const Image want = subtract(read_volume(volumes().ct()).volume, request);
@@ -156,7 +130,7 @@ TEST(SlabsCli, AShiftTakesTheBonesOffFramesWithContrast) {
     const auto residue = [&](const char* name, const std::vector<std::string>& more) {
         std::vector<std::string> arguments{"--minuend", "4:7", "--subtrahend", "0:3", "--offset", "2048"};
         arguments.insert(arguments.end(), more.begin(), more.end());
-        const Finished done = run("subtract", frames.string(), folder / name, arguments);
+        const Finished done = rzobl_to("subtract", frames.string(), folder / name, arguments);
         EXPECT_EQ(done.status, 0) << done.err;
         const Volume difference = read_volume(folder / name).volume;
         EXPECT_FALSE(difference.isSigned);
@@ -177,8 +151,8 @@ TEST(SlabsCli, AShiftTakesTheBonesOffFramesWithContrast) {
 
 TEST(SlabsCli, ADifferenceOfBytesTakesAnOffset) {
     const TemporaryFolder folder;
-    ASSERT_EQ(run("subtract", volumes().byte(), folder / "a.nrrd",
-                  {"--minuend", "4", "--subtrahend", "9", "--offset", "128"})
+    ASSERT_EQ(rzobl_to("subtract", volumes().byte(), folder / "a.nrrd",
+                       {"--minuend", "4", "--subtrahend", "9", "--offset", "128"})
                   .status,
               0);
     const Volume got = read_volume(folder / "a.nrrd").volume, byte = read_volume(volumes().byte()).volume;
@@ -217,24 +191,24 @@ TEST(SlabsCli, StacksAreWhatTheCoreMakes) {
     for (const auto& stack : stacks) {
         SCOPED_TRACE(stack.name);
         const fs::path out = folder / (std::string(stack.name) + ".nrrd");
-        const Finished done = run("restack", volumes().ct(), out, stack.arguments);
+        const Finished done = rzobl_to("restack", volumes().ct(), out, stack.arguments);
         ASSERT_EQ(done.status, 0) << done.err;
         const Volume want = stack.make(), got = read_volume(out).volume;
         expect_same_grid(got.grid(), want.grid());
         for (int k = 0; k < want.grid().size[2]; ++k) expect_same_samples(got, want.raster(k), k);
     }
-    ASSERT_EQ(run("restack", volumes().colour(), folder / "c.nrrd", {"--spacing", "20"}).status, 0);
+    ASSERT_EQ(rzobl_to("restack", volumes().colour(), folder / "c.nrrd", {"--spacing", "20"}).status, 0);
     EXPECT_EQ(read_volume(folder / "c.nrrd").volume.kind(), SampleKind::Rgb);
 }
 
 TEST(SlabsCli, ResamplingTakesAGridOverOrMakesOne) {
     const TemporaryFolder folder;
-    ASSERT_EQ(run("resample", volumes().ct(), folder / "a.nrrd", {"--spacing", "5,6,7"}).status, 0);
+    ASSERT_EQ(rzobl_to("resample", volumes().ct(), folder / "a.nrrd", {"--spacing", "5,6,7"}).status, 0);
     const Volume spaced = read_volume(folder / "a.nrrd").volume;
     expect_vector(spaced.grid().spacing, {5, 6, 7}, 1e-9);
     EXPECT_EQ(spaced.kind(), SampleKind::Int16);
-    const Finished done = run("resample", volumes().byte(), folder / "b.nrrd",
-                              {"--like", (folder / "a.nrrd").string(), "--float", "--outside", "-1.5"});
+    const Finished done = rzobl_to("resample", volumes().byte(), folder / "b.nrrd",
+                                   {"--like", (folder / "a.nrrd").string(), "--float", "--outside", "-1.5"});
     ASSERT_EQ(done.status, 0) << done.err;
     ReadOptions options;
     options.floatRange = {-10, 300};
@@ -243,14 +217,16 @@ TEST(SlabsCli, ResamplingTakesAGridOverOrMakesOne) {
     EXPECT_THAT(floats.details, testing::Contains(testing::Pair("stored samples", "32-bit float")));
     // A float volume serves as a reference, too.
     ASSERT_EQ(
-        run("resample", volumes().ct(), folder / "c.nii.gz", {"--like", (folder / "b.nrrd").string()}).status,
+        rzobl_to("resample", volumes().ct(), folder / "c.nii.gz", {"--like", (folder / "b.nrrd").string()})
+            .status,
         0);
     EXPECT_EQ(read_volume(folder / "c.nii.gz").volume.grid().size, spaced.grid().size);
 }
 
 TEST(SlabsCli, FloatsAreWrittenAsTheyWereComputed) {
     const TemporaryFolder folder;
-    ASSERT_EQ(run("resample", volumes().ct(), folder / "a.mha", {"--spacing", "5", "--float"}).status, 0);
+    ASSERT_EQ(rzobl_to("resample", volumes().ct(), folder / "a.mha", {"--spacing", "5", "--float"}).status,
+              0);
     const Volume ct = read_volume(volumes().ct()).volume;
     const Grid grid = respaced(ct.grid(), {5, 5, 5});
     const FloatVolume want = resample_float(ct, grid, {});
@@ -267,7 +243,7 @@ TEST(SlabsCli, OutlinesArePrintedOrDrawn) {
     EXPECT_EQ(said.status, 0) << said.err;
     EXPECT_EQ(std::count(said.out.begin(), said.out.end(), '\n'), 6);
     const Finished drawn =
-        run("outline", volumes().ct(), folder / "a.svg", {"--normal", "0,0,1", "--centre", "0,0,9"});
+        rzobl_to("outline", volumes().ct(), folder / "a.svg", {"--normal", "0,0,1", "--centre", "0,0,9"});
     EXPECT_EQ(drawn.status, 0) << drawn.err;
     EXPECT_THAT(drawn.out, HasSubstr("4 corners"));
     EXPECT_THAT(text_of(folder / "a.svg"), HasSubstr("<polygon"));
@@ -279,8 +255,8 @@ TEST(SlabsCli, VolumesPageToAFolder) {
     const std::vector<std::string> arguments{"--spacing", "3"};
     std::vector<std::string> paged = arguments;
     paged.insert(paged.end(), {"--page-to", (folder / "pages").string()});
-    ASSERT_EQ(run("restack", volumes().ct(), folder / "a.nrrd", arguments).status, 0);
-    const Finished done = run("restack", volumes().ct(), folder / "b.nrrd", paged);
+    ASSERT_EQ(rzobl_to("restack", volumes().ct(), folder / "a.nrrd", arguments).status, 0);
+    const Finished done = rzobl_to("restack", volumes().ct(), folder / "b.nrrd", paged);
     ASSERT_EQ(done.status, 0) << done.err;
     EXPECT_EQ(text_of(folder / "a.nrrd"), text_of(folder / "b.nrrd"));
     EXPECT_TRUE(fs::is_empty(folder / "pages"));
@@ -304,7 +280,8 @@ TEST_P(SlabsCliRefuses, WithOneSentenceAndNoFile) {
                               : bad.input == std::string("byte")   ? volumes().byte()
                               : bad.input == std::string("colour") ? volumes().colour()
                                                                    : bad.input;
-    EXPECT_THAT(refusal_of(run(bad.command, input, folder / bad.out, bad.arguments)), HasSubstr(bad.says));
+    EXPECT_THAT(refusal_of(rzobl_to(bad.command, input, folder / bad.out, bad.arguments)),
+                HasSubstr(bad.says));
     EXPECT_THAT(names_in(folder.path()), IsEmpty());
 }
 
@@ -454,12 +431,12 @@ TEST(SlabsCli, AnExistingFileStaysUnlessForced) {
     for (const auto& [command, arguments] : calls) {
         const TemporaryFolder folder;
         std::ofstream(folder / "a.nrrd") << "mine";
-        EXPECT_THAT(refusal_of(run(command, volumes().ct(), folder / "a.nrrd", arguments)),
+        EXPECT_THAT(refusal_of(rzobl_to(command, volumes().ct(), folder / "a.nrrd", arguments)),
                     HasSubstr("--force"));
         EXPECT_EQ(text_of(folder / "a.nrrd"), "mine");
         std::vector<std::string> forced = arguments;
         forced.insert(forced.end(), {"--force", "--quiet"});
-        const Finished done = run(command, volumes().ct(), folder / "a.nrrd", forced);
+        const Finished done = rzobl_to(command, volumes().ct(), folder / "a.nrrd", forced);
         EXPECT_EQ(done.status, 0) << done.err;
         EXPECT_EQ(done.out + done.err, "");
         EXPECT_THAT(names_in(folder.path()), ElementsAre("a.nrrd"));
