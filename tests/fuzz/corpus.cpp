@@ -154,6 +154,7 @@ int main(int argc, char** argv) {
     add_cases(folder / "slabs", 16);
     add_cases(folder / "resample", 2);
     add_cases(folder / "boxes", 2);
+    add_cases(folder / "volumes", 5);
     add_files(folder / "readers");
     add_points(folder / "points");
     return 0;

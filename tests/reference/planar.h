@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <vector>
 
 #include "tests/cases/planar_request.h"
 #include "tests/reference/frame.h"
@@ -20,7 +21,16 @@ PlanarPlan plan_projection(const rz_test::PlanarRequest& request);
 const char* entry_of_calc_oblique(int type);
 const char* entry_of_projection(int pixelKind, int type);
 
-/// RZ_CalcOblique over all slices: raster and bounds.
+/// What limits a semi-cubic result.
+struct SampleKind {
+    bool isSigned;
+    int bitDepth;
+};
+
+/// One plane or slab from the rasters of all slices: raster and bounds.
+void oblique_plane(const FrameRequest& request, const std::vector<short*>& rasters, int type,
+                   const SampleKind& kind, short* output, std::array<int, 4>& bounds);
+/// RZ_CalcOblique over all slices.
 void calc_oblique(rz_test::PlanarRequest& request, short* output, std::array<int, 4>& bounds);
 /// RZ_PlanarObliqueProjection over all slices.
 void planar_projection(rz_test::PlanarRequest& request, void* output, std::array<int, 4>& bounds);

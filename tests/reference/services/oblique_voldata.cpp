@@ -6,7 +6,7 @@
 
 #include "lower/definitions/coord.h"
 #include "lower/volume/types_utils.h"
-#include "rz_obl/RZ_OBLplanar/rz_obl_planar.h"
+#include "tests/reference/planar.h"
 
 namespace rz_reference {
 namespace {
@@ -36,11 +36,13 @@ MadeSlice computed_slice(const RZ_VolData& volume, const RZ_PlaneParams& plane, 
     made.width = box.xDim;
     made.height = box.yDim;
     made.raster = fresh_raster(box, fresh);
-    int bounds[4] = {0, 0, 0, 0};
-    RZ_CalcOblique(reinterpret_cast<RZ_ShortSlice**>(volume.GetSlices()), *volume.GetBox(),
-                   volume.GetBox()->params, plane, &box.params, made.raster.data(), box, &bounds[0],
-                   &bounds[1], &bounds[2], &bounds[3], 0, volume.GetBox()->zDim - 1,
-                   RZ_OBL_RenditionQuality::Linear, halfThickness, type, true, 12);
+    std::array<int, 4> bounds{};
+    std::vector<short*> rasters;
+    for (int z = 0; z < volume.GetBox()->zDim; ++z)
+        rasters.push_back(static_cast<short*>(volume.GetSlice(static_cast<unsigned>(z))->MappedRaster()));
+    const FrameRequest request{volume.GetBox(), &volume.GetBox()->params, plane, &box.params, &box, 4,
+                               halfThickness};
+    oblique_plane(request, rasters, static_cast<int>(type), {true, 12}, made.raster.data(), bounds);
 
     float inverse[4][4];
     RZ_Minv(m, inverse);

@@ -25,7 +25,7 @@ struct MadeVolume {
 };
 
 /// Both forms of RZ_OBLUtils::CalcObliqueVoldata on a source whose slices are all there, one statement per
-/// step; the planes themselves come from RZ_CalcOblique. fresh: what a new raster holds, of which the first
+/// step, with the plain planes. fresh: what a new raster holds, of which the first
 /// half is then cleared.
 MadeVolume calc_oblique_voldata(const RZ_VolData& volume, RZ_PlaneParams plane, RZ_OBL_RenditionType type,
                                 float thickness, short fresh);
