@@ -79,13 +79,15 @@ class Ledger {
     static constexpr std::size_t kSlots = std::size_t{1} << kBits;
     static std::uintptr_t hide(const void* address) { return ~reinterpret_cast<std::uintptr_t>(address); }
     static std::size_t slot(const void* address) {
-        return (reinterpret_cast<std::uintptr_t>(address) >> 4) * 0x9e3779b97f4a7c15U >> (64 - kBits);
+        const auto bits = reinterpret_cast<std::uintptr_t>(address);
+        return ((bits >> 4) ^ (bits >> (4 + kBits)) ^ (bits >> 12)) % kSlots;
     }
     static std::size_t next(std::size_t i) { return (i + 1) % kSlots; }
     void close_gap(std::size_t gap) {
         for (std::size_t i = next(gap); entries_[i].hidden != 0; i = next(i)) {
             const std::size_t home = slot(reinterpret_cast<const void*>(~entries_[i].hidden));
-            if ((i - home) % kSlots < (i - gap) % kSlots) continue;  // its home lies behind the gap
+            if ((i + kSlots - home) % kSlots < (i + kSlots - gap) % kSlots)
+                continue;  // its home lies behind the gap
             entries_[gap] = entries_[i];
             gap = i;
         }
