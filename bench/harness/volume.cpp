@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "toolkit/core/memory.h"
+
 namespace rz_bench {
 namespace {
 
@@ -50,12 +52,12 @@ Volume::Volume(std::string name_, Kind kind_, int nx, int ny, int nz, double dx,
     block_ = mapped;
 
     table_.assign(static_cast<std::size_t>(nz) + 4, nullptr);
-    for (int z = 0; z < nz; ++z) {
-        pagerBlocks_.push_back(std::make_unique<MEM_PagerInfo>());
-        const auto bytes = static_cast<unsigned>(sliceSamples() * bytesPerSample());
-        if (MEM_MemPager::GetHandleForMP()->Allocate(bytes, pagerBlocks_.back().get(), 16) != 0)
-            throw std::bad_alloc();
-        void* const raster = pagerBlocks_.back()->Ptr();
+    const std::size_t distance = rzobl::raster_distance(sliceSamples() * bytesPerSample());
+    if (MEM_MemPager::GetHandleForMP()->AllocateLarge(distance * static_cast<std::size_t>(nz),
+                                                      &pagerBlock_) != 0)
+        throw std::bad_alloc();
+    auto* raster = static_cast<std::byte*>(pagerBlock_.Ptr());
+    for (int z = 0; z < nz; ++z, raster += distance) {
         table_[static_cast<std::size_t>(z) + 2] = raster;
         owned_.push_back(slice_over(kind, raster, nx, ny));
         slices_.push_back(owned_.back().get());

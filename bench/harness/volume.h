@@ -14,8 +14,8 @@ namespace rz_bench {
 
 enum class Kind { kInt16, kUInt8, kPixels };
 
-/// A source volume, held twice: in a pager block per slice, as our library has it, and in one block, as the
-/// peers want it (huge pages asked for, their best case). Sample (0, 0, 0) has its centre at the physical
+/// A source volume, held twice: in a pager block with its slices apart, as the toolkit has it, and without
+/// gaps, as the peers want it; huge pages are asked for both. Sample (0, 0, 0) has its centre at the physical
 /// origin; axes of index and physical space agree.
 class Volume {
   public:
@@ -52,7 +52,7 @@ class Volume {
   private:
     void* block_ = nullptr;
     std::size_t mappedBytes_ = 0;
-    std::vector<std::unique_ptr<MEM_PagerInfo>> pagerBlocks_;
+    MEM_PagerInfo pagerBlock_;
     std::vector<void*> table_;
     std::vector<std::unique_ptr<RZ_Slice>> owned_;
     std::vector<RZ_Slice*> slices_;

@@ -105,7 +105,8 @@ void expectSoundBlock(std::size_t bytes) {
     EXPECT_TRUE(allEqual(block + bytes, kGuard, 0)) << bytes;
 }
 
-constexpr std::size_t kSizes[] = {1, 2, 63, 64, 65, 4032, 4095, 4096, 4097, 131072, 524288, 524289, 7000001};
+constexpr std::size_t kSizes[] = {1,    2,      63,     64,     65,      4032,    4095,   4096,
+                                  4097, 131072, 524288, 524289, 4194303, 4194304, 7000001};
 
 TEST(Pager, blocks_are_zeroed_aligned_and_between_readable_zeroed_guards) {
     for (const std::size_t bytes : kSizes) expectSoundBlock(bytes);
@@ -127,6 +128,44 @@ TEST(Pager, starts_of_64_blocks_in_a_row_all_differ_modulo_4096) {
         starts.insert(reinterpret_cast<std::uintptr_t>(infos.back()->Ptr()) % 4096);
     }
     EXPECT_EQ(starts.size(), 64U);
+}
+
+/// Whether the system was asked for huge pages for the area of this address.
+bool hugePagesWanted(const void* address) {
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    std::ifstream map("/proc/self/smaps");
+    bool met = false;
+    for (std::string line; std::getline(map, line);) {
+        unsigned long first = 0;
+        unsigned long last = 0;
+        if (std::sscanf(line.c_str(), "%lx-%lx ", &first, &last) == 2) met = first <= at && at < last;
+        if (met && line.rfind("VmFlags:", 0) == 0) return line.find(" hg") != std::string::npos;
+    }
+    return false;
+}
+
+TEST(Pager, large_blocks_start_in_a_huge_page_and_ask_for_more) {
+    constexpr std::uintptr_t kHuge = 2 << 20;
+    for (int i = 0; i < 3; ++i) {
+        MEM_PagerInfo info;
+        ASSERT_EQ(pager()->AllocateLarge(3 * kHuge + 5000, &info), 0);
+        const unsigned char* const block = bytesOf(info);
+        EXPECT_LT(reinterpret_cast<std::uintptr_t>(block) % kHuge, 4096U);
+        if (std::filesystem::exists("/sys/kernel/mm/transparent_hugepage")) {
+            EXPECT_TRUE(hugePagesWanted(block));
+            EXPECT_FALSE(hugePagesWanted(block - kGuard));
+        }
+    }
+}
+
+TEST(Pager, small_blocks_and_blocks_of_a_file_ask_for_no_huge_pages) {
+    MEM_PagerInfo small;
+    ASSERT_EQ(pager()->Allocate(524288, &small, 16), 0);
+    EXPECT_FALSE(hugePagesWanted(small.Ptr()));
+    const PagingDirectory directory;
+    MEM_PagerInfo paged;
+    ASSERT_EQ(pager()->AllocateLarge(std::size_t{8} << 20, &paged), 0);
+    EXPECT_FALSE(hugePagesWanted(paged.Ptr()));
 }
 
 TEST(Pager, untouched_blocks_and_read_guards_cost_no_memory) {

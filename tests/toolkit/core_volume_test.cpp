@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <numeric>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,25 @@ std::string complaint(const std::function<void(Grid&)>& change) {
 }
 
 }  // namespace
+
+TEST(CoreVolume, NeighbouringRastersDoNotCompeteForCacheSets) {
+    for (const SampleKind kind : {SampleKind::Int16, SampleKind::UInt8, SampleKind::Rgb}) {
+        Grid grid;
+        grid.size = {64, 32, 64};
+        const Volume volume = Volume::allocate(grid, kind);
+        std::set<std::uintptr_t> starts;
+        for (int k = 0; k < 64; ++k) {
+            const auto start = reinterpret_cast<std::uintptr_t>(volume.raster(k));
+            EXPECT_EQ(start % 64, 0U);
+            starts.insert(start % 4096);
+            if (k > 0) {
+                const auto before = reinterpret_cast<std::uintptr_t>(volume.raster(k - 1));
+                EXPECT_GE(start, before + 64 * 32 * bytesPerSample(kind));
+            }
+        }
+        EXPECT_EQ(starts.size(), 64U);
+    }
+}
 
 TEST(CoreGrid, IndexAndPositionAreInverse) {
     for (const Seed seed : seeds(200)) {

@@ -68,6 +68,13 @@ void check_memory(double bytes, const std::string& what) {
                     bytes_text(machine));
 }
 
+std::size_t raster_distance(std::size_t rasterBytes) {
+    // 37 cache lines beyond whole pages: odd, so that 64 rasters in a row all differ
+    constexpr std::size_t kPage = 4096;
+    constexpr std::size_t kBeyond = std::size_t{37} * 64;
+    return (rasterBytes + kPage - 1) / kPage * kPage + kBeyond;
+}
+
 Block::Block(std::size_t bytes, const std::string& what)
     : info_(std::make_shared<MEM_PagerInfo>()), size_(bytes) {
     check_memory(static_cast<double>(bytes), what);

@@ -18,6 +18,11 @@ void page_to(const std::string& folder);
 /// needs. The pager reserves lazily: what is too large would otherwise end the process much later.
 void check_memory(double bytes, const std::string& what);
 
+/// Bytes from one raster of a volume to the next where all of them lie in one block. Starts of neighbouring
+/// rasters are aligned to 64 bytes and differ modulo 4096, so that the same sample of neighbouring slices
+/// does not compete for one cache set.
+std::size_t raster_distance(std::size_t rasterBytes);
+
 /// Zeroed pager memory with readable guards on both sides. Copies share it.
 class Block {
   public:

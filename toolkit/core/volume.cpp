@@ -13,15 +13,13 @@ namespace rzobl {
 
 namespace {
 
-/// A slice object of the layout that kind names; memory of the caller, or a block that the slice takes over.
-template <class Raster16, class Raster32>
-std::unique_ptr<RZ_Slice> make_slice(SampleKind kind, Raster16 raster16, Raster32 raster32,
-                                     PixelDataAttributes attributes) {
+/// A slice object of the layout that kind names, over memory that lives longer.
+std::unique_ptr<RZ_Slice> make_slice(SampleKind kind, void* raster, const PixelDataAttributes& attributes) {
     std::unique_ptr<RZ_Slice> slice;
     if (kind == SampleKind::Rgb)
-        slice = raster32(attributes);
+        slice = std::make_unique<RZ_LongSlice>(static_cast<std::int32_t*>(raster), attributes);
     else
-        slice = raster16(attributes);
+        slice = std::make_unique<RZ_ShortSlice>(static_cast<short*>(raster), attributes);
     slice->pixelKind = kind == SampleKind::Int16   ? RZ_Slice::kShort
                        : kind == SampleKind::UInt8 ? RZ_Slice::kByte
                                                    : RZ_Slice::kLong;
@@ -30,53 +28,49 @@ std::unique_ptr<RZ_Slice> make_slice(SampleKind kind, Raster16 raster16, Raster3
     return slice;
 }
 
+std::size_t raster_bytes(const Grid& grid, SampleKind kind) {
+    return static_cast<std::size_t>(grid.size[0]) * static_cast<std::size_t>(grid.size[1]) *
+           bytesPerSample(kind);
+}
+
 }  // namespace
 
 std::size_t bytesPerSample(SampleKind kind) {
     return kind == SampleKind::Int16 ? 2 : kind == SampleKind::UInt8 ? 1 : 4;
 }
 
-Volume Volume::allocate(const Grid& grid, SampleKind kind) {
-    grid.check();
-    const std::size_t rasterBytes = static_cast<std::size_t>(grid.size[0]) *
-                                    static_cast<std::size_t>(grid.size[1]) * bytesPerSample(kind);
-    const double needed = static_cast<double>(rasterBytes) * grid.size[2];
-    check_memory(needed, "the volume");
-
+Volume Volume::over(const Grid& grid, SampleKind kind, std::byte* first, std::size_t distance,
+                    std::shared_ptr<void> keepAlive) {
     Volume volume;
     volume.grid_ = grid;
     volume.kind_ = kind;
     volume.isSigned = kind == SampleKind::Int16;
     volume.bitDepth = kind == SampleKind::Int16 ? 16 : 8;
+    volume.storage_ = std::move(keepAlive);
     volume.slices_ = std::make_shared<Slices>();
-    const std::unique_ptr<MEM_MemPager> pager(MEM_MemPager::GetHandleForMP());
-    for (int k = 0; k < grid.size[2]; ++k) {
-        auto block = std::make_unique<MEM_PagerInfo>();
-        if (pager->AllocateLarge(rasterBytes, block.get()) != 0)
-            throw Error("the volume needs " + bytes_text(needed) +
-                        " of memory, which this system does not give");
-        PixelDataAttributes attributes{grid.size[0], grid.size[1], 16, 1};
-        volume.rasters_.push_back(block->Ptr());
-        auto slice = make_slice(
-            kind,
-            [&block](PixelDataAttributes& a) {
-                return std::make_unique<RZ_ShortSlice>(block.release(), a, 0);
-            },
-            [&block](PixelDataAttributes& a) {
-                return std::make_unique<RZ_LongSlice>(block.release(), a, 0);
-            },
-            attributes);
+    std::byte* raster = first;
+    for (int k = 0; k < grid.size[2]; ++k, raster += distance) {
+        auto slice = make_slice(kind, raster, {grid.size[0], grid.size[1], 16, 1});
+        volume.rasters_.push_back(raster);
         volume.slices_->pointers.push_back(slice.get());
         volume.slices_->owned.push_back(std::move(slice));
     }
     return volume;
 }
 
+// One block for all slices: large enough for huge pages, which oblique and sagittal pictures gain from.
+Volume Volume::allocate(const Grid& grid, SampleKind kind) {
+    grid.check();
+    const std::size_t distance = raster_distance(raster_bytes(grid, kind));
+    const auto slices = static_cast<std::size_t>(grid.size[2]);
+    const auto block = std::make_shared<Block>(distance * slices, "the volume");
+    return over(grid, kind, block->data(), distance, block);
+}
+
 Volume Volume::borrow(const Grid& grid, SampleKind kind, void* samples, std::shared_ptr<void> keepAlive) {
     grid.check();
     if (!samples) throw Error("a volume over given memory needs samples, not null");
-    const std::size_t rasterBytes = static_cast<std::size_t>(grid.size[0]) *
-                                    static_cast<std::size_t>(grid.size[1]) * bytesPerSample(kind);
+    const std::size_t rasterBytes = raster_bytes(grid, kind);
     auto* raster = static_cast<std::byte*>(samples);
     if (kind == SampleKind::Rgb) {
         Volume copy = allocate(grid, kind);
@@ -85,29 +79,7 @@ Volume Volume::borrow(const Grid& grid, SampleKind kind, void* samples, std::sha
         return copy;
     }
 
-    Volume volume;
-    volume.grid_ = grid;
-    volume.kind_ = kind;
-    volume.isSigned = kind == SampleKind::Int16;
-    volume.bitDepth = kind == SampleKind::Int16 ? 16 : 8;
-    volume.storage_ = std::move(keepAlive);
-    volume.slices_ = std::make_shared<Slices>();
-    for (int k = 0; k < grid.size[2]; ++k, raster += rasterBytes) {
-        const PixelDataAttributes attributes{grid.size[0], grid.size[1], 16, 1};
-        auto slice = make_slice(
-            kind,
-            [raster](PixelDataAttributes& a) {
-                return std::make_unique<RZ_ShortSlice>(reinterpret_cast<short*>(raster), a);
-            },
-            [raster](PixelDataAttributes& a) {
-                return std::make_unique<RZ_LongSlice>(reinterpret_cast<std::int32_t*>(raster), a);
-            },
-            attributes);
-        volume.rasters_.push_back(raster);
-        volume.slices_->pointers.push_back(slice.get());
-        volume.slices_->owned.push_back(std::move(slice));
-    }
-    return volume;
+    return over(grid, kind, raster, rasterBytes, std::move(keepAlive));
 }
 
 }  // namespace rzobl

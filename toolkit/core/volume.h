@@ -55,6 +55,10 @@ class Volume {
         std::vector<RZ_Slice*> pointers;
     };
 
+    /// Slices over rasters that lie `distance` bytes apart.
+    static Volume over(const Grid& grid, SampleKind kind, std::byte* first, std::size_t distance,
+                       std::shared_ptr<void> keepAlive);
+
     Grid grid_;
     SampleKind kind_ = SampleKind::Int16;
     std::vector<void*> rasters_;

@@ -27,6 +27,11 @@ constexpr std::size_t kStaggerStep = 64;
 constexpr std::size_t kStaggerCount = 64;
 constexpr unsigned kStaggerFactor = 37;
 
+// Blocks from this size on get huge pages, if the system has them: volumes are read at random, and a
+// translation of 4 KiB serves four rows of a slice only.
+constexpr std::size_t kHugePage = std::size_t{2} << 20;
+constexpr std::size_t kHugeFrom = 2 * kHugePage;
+
 std::atomic<unsigned> g_nextStagger{0};
 
 struct PagingDirectory {
@@ -128,21 +133,27 @@ int MEM_MemPager::AllocateLarge(std::size_t bytes, MEM_PagerInfo* info) {
     const std::size_t stagger = turn * kStaggerFactor % kStaggerCount * kStaggerStep;
     const std::size_t guard = roundUp(kGuardBytes, pageBytes());
     const std::size_t pagesBytes = roundUp(stagger + bytes, pageBytes());
-    const std::size_t mappingBytes = guard + pagesBytes + guard;
 
     std::string fileName;
     if (!getFileName(fileName)) return -1;
     const bool fileBacked = !fileName.empty();
 
+    const bool huge = !fileBacked && bytes >= kHugeFrom;
+    const std::size_t slack = huge ? kHugePage : 0;  // for the alignment; never touched
+    const std::size_t mappingBytes = guard + slack + pagesBytes + guard;
     void* mapping = mmap(nullptr, mappingBytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapping == MAP_FAILED) return -1;
     char* pages = static_cast<char*>(mapping) + guard;
+    if (huge) pages += kHugePage - reinterpret_cast<std::uintptr_t>(pages) % kHugePage;
     const bool done = fileBacked ? backByFile(pages, pagesBytes, fileName)
                                  : mprotect(pages, pagesBytes, PROT_READ | PROT_WRITE) == 0;
     if (!done) {
         munmap(mapping, mappingBytes);
         return -1;
     }
+#if defined(MADV_HUGEPAGE)
+    if (huge) madvise(pages, pagesBytes, MADV_HUGEPAGE);  // a wish: small pages serve as well
+#endif
 
     info->block_ = pages + stagger;
     info->mapping_ = mapping;

@@ -35,7 +35,7 @@ class RZ_LOWER_API MEM_PagerInfo {
 /// so that a kernel may read a row before and after a raster. Untouched pages cost no memory, and the guards
 /// never do: they are read-only but for the rest of the pages that they share with the block. Starts of
 /// blocks differ modulo 4096, so that the same sample of neighbouring slices does not compete for one cache
-/// set. Safe from any thread.
+/// set. Large blocks ask the system for huge pages. Safe from any thread.
 class RZ_LOWER_API MEM_MemPager {
   public:
     /// Readable zeroed bytes before and after every block.
