@@ -2,7 +2,7 @@
 
 #include <xmmintrin.h>
 
-// g++ takes a function that only prefetches for one without effect and drops its calls before it inlines
+// g++ may take a function that only prefetches for one without effect and drop its calls before it inlines
 // them. So every function on the way to a prefetch that does nothing else is always_inline.
 
 namespace rz_obl {
