@@ -204,11 +204,16 @@ class Output {
     int first_[8];
 };
 
-/// Fetches what eight lanes will load: neighbours mostly share their lines.
+/// Fetches a part of what eight lanes will load, from lane to lane by turns: lanes and samples that follow
+/// each other share most of their lines.
 template <class Lanes>
-inline void fetch_eight(const cell_source& source, const Places& places, int i) {
-    fetch_cell<Lanes>(source, places, i);
-    fetch_cell<Lanes>(source, places, i + 5);
+inline void fetch_some(const cell_source& source, const Places& places, int turn) {
+    const int i = 8 * turn + turn % 8;
+    const void* const* const slices = source.slices + places.slice[i];
+    for (int k = 0; k < 2; ++k) {
+        const auto* const at = static_cast<const typename Lanes::Sample*>(slices[k]) + places.offset[i];
+        _mm_prefetch(reinterpret_cast<const char*>(at), _MM_HINT_T0);
+    }
 }
 
 /// Pixels from `from` to `to` of one sample each, all lanes drawing: each kind of reduction gives the sample.
@@ -228,7 +233,10 @@ inline void draw_plane(const wide_line& line, wide_position& p, wide_position& l
             p = p + line.step + line.advance;
         }
         for (int k = 0; k < counts[turn]; ++k) {
-            if (k < counts[next]) fetch_eight<Lanes>(line.source, places[next], 8 * k);
+            if (k < counts[next]) {
+                fetch_cell<Lanes>(line.source, places[next], 8 * k + k % 8);
+                fetch_cell<Lanes>(line.source, places[next], 8 * k + (k + 4) % 8);
+            }
             output.store(j + k, samples_at<Lanes>(line.source, places[turn], 8 * k));
         }
         j += counts[turn];
@@ -303,6 +311,7 @@ inline void draw_slab(const wide_line& line, wide_position& p, wide_position& la
         walk.next(next);
         if (piece.taken == 0) reduction.begin();
         for (int k = 0; k < piece.count; ++k) {
+            if (k < next.count) fetch_some<Lanes>(line.source, next.places, k);
             const __m256 sample = samples_at<Lanes>(line.source, piece.places, 8 * k);
             reduction.template take<Equal>(sample, piece.taken + k, line);
         }
@@ -436,7 +445,7 @@ inline void draw_lines(const line_args* lines, void* const* outputEnds, int coun
         to = group.to() > to ? group.to() : to;
     }
     // Groups share cache lines and pages, so that they walk together.
-    const int atOnce = slabs ? 8 : 64;
+    const int atOnce = slabs ? 16 : 64;
     for (int j = from; j < to;) {
         j = to - j > atOnce ? j + atOnce : to;
         for (int k = 0; k < groupCount; ++k) groups[k].draw(j);
