@@ -51,7 +51,7 @@ void curve_max_16(const curve_worker_args& args);
 void curve_min_8(const curve_worker_args& args);
 void curve_min_16(const curve_worker_args& args);
 
-// The same bits, eight columns at once. Need AVX2.
+// The same bits, up to 64 columns at once, eight by eight. Need AVX2.
 
 void curve_avg_8_avx2(const curve_worker_args& args);
 void curve_avg_16_avx2(const curve_worker_args& args);

@@ -12,6 +12,7 @@
 // inline`.
 
 namespace rz_obl {
+namespace {  // members of structures, too, must not be handed to a narrow file by the linker
 
 static inline __m256 times(__m256 a, __m256 b) {
     return _mm256_mul_ps(a, b);
@@ -75,12 +76,12 @@ struct byte_cells {
     using Sample = std::uint8_t;
     using Pairs = __m128i;
 
-    static int pair_at(const Sample* at) {
-        std::uint16_t pair = 0;
+    static short pair_at(const Sample* at) {
+        short pair = 0;
         std::memcpy(&pair, at, sizeof pair);
         return pair;
     }
-    static Pairs first(const Sample* at) { return _mm_cvtsi32_si128(pair_at(at)); }
+    static Pairs first(const Sample* at) { return _mm_insert_epi16(_mm_setzero_si128(), pair_at(at), 0); }
     template <int Lane>
     static void insert(Pairs& pairs, const Sample* at) {
         pairs = _mm_insert_epi16(pairs, pair_at(at), Lane);
@@ -209,4 +210,5 @@ static inline void fetch_cell(const cell_source& source, const cell_places<Count
     }
 }
 
+}  // namespace
 }  // namespace rz_obl
