@@ -79,6 +79,7 @@ void kernels_of_16_bits(bool wide) {
                                     wide ? scan_semicubic_y_avx2 : scan_semicubic_y);
     expect_quiet_kernel<ScanCase16>("semi-cubic z", anywhere(),
                                     wide ? scan_semicubic_z_avx2 : scan_semicubic_z);
+    expect_quiet_kernel<ScanCase16>("tricubic", anywhere(), wide ? scan_tricubic_avx2 : scan_tricubic);
     plain.negativeSlabSteps = false;
     const auto both = [&](const char* name, auto kernel) {
         for (const bool fast : {false, true}) {
@@ -92,18 +93,23 @@ void kernels_of_16_bits(bool wide) {
     both("minimum by pixels", wide ? scan_min_pixel_major_avx2 : scan_min_pixel_major);
 }
 
-void narrow_kernels() {
+void kernels_of_8_and_32_bits(bool wide) {
     using namespace rz_obl;
-    expect_quiet_kernel<ScanCase16>("tricubic", anywhere(), scan_tricubic);
-    ScanOptions plain;
-    plain.maxSlabSteps = 0;
-    expect_quiet_kernel<ScanCase16>("nearest", plain, scan_nearest);
     ScanOptions limited;
     limited.limitsAbove = true;
-    expect_quiet_kernel<ScanCase8>("8 bits", limited, scan_linear_8bits);
-    expect_quiet_kernel<ScanCase8>("8 bits, maximum", limited, scan_max_linear_8bits);
-    expect_quiet_kernel<ScanCase8>("8 bits, minimum", limited, scan_min_linear_8bits);
-    expect_quiet_kernel<ScanCase32>("32 bits", ScanOptions(), scan_linear_32bits);
+    expect_quiet_kernel<ScanCase8>("8 bits", limited, wide ? scan_linear_8bits_avx2 : scan_linear_8bits);
+    expect_quiet_kernel<ScanCase8>("8 bits, maximum", limited,
+                                   wide ? scan_max_linear_8bits_avx2 : scan_max_linear_8bits);
+    expect_quiet_kernel<ScanCase8>("8 bits, minimum", limited,
+                                   wide ? scan_min_linear_8bits_avx2 : scan_min_linear_8bits);
+    expect_quiet_kernel<ScanCase32>("32 bits", ScanOptions(),
+                                    wide ? scan_linear_32bits_avx2 : scan_linear_32bits);
+}
+
+void nearest() {
+    ScanOptions plain;
+    plain.maxSlabSteps = 0;
+    expect_quiet_kernel<ScanCase16>("nearest", plain, rz_obl::scan_nearest);
 }
 
 void cubic_of_32_bits(bool wide) {
@@ -122,9 +128,10 @@ void kernels() {
     for (const bool wide : {false, true}) {
         if (wide && !rz_obl::g_cpuFeatures.hasAvx2()) continue;
         kernels_of_16_bits(wide);
+        kernels_of_8_and_32_bits(wide);
         cubic_of_32_bits(wide);
     }
-    narrow_kernels();
+    nearest();
 }
 
 }  // namespace
