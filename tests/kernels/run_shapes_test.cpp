@@ -55,6 +55,20 @@ int column_step(Random& random, Branches& branches) {
     }
 }
 
+/// Positive samples close together are what the order of a minimum's planes shows on: each loses some units
+/// on its way, so that planes lie below raw samples that they are tested by.
+void fill(Random& random, ScanCase16& c, Branches& branches) {
+    const bool close = random.once_in(2);
+    branches.met(close ? "samples close together" : "samples of any value");
+    for (auto& raster : c.rasters) {
+        if (close)
+            std::generate_n(raster.data(), raster.size(),
+                            [&] { return static_cast<short>(random.between(4, 14)); });
+        else
+            fill_nasty(random, raster.data(), raster.size(), random.once_in(2), 16);
+    }
+}
+
 /// Positions in eighths of a sample unit are exact in the start's float arithmetic.
 float coordinate(Random& random, int least, int greatest, bool whole) {
     const auto position = static_cast<float>(random.between(least, std::max(least, greatest)));
@@ -66,13 +80,14 @@ ScanCase16 make_case(Seed seed, Branches& branches) {
     Random random(seed);
     const int width = random.once_in(5)    ? random.between(2, 9)
                       : random.once_in(20) ? random.between(1030, 1400)
+                      : random.once_in(8)  ? random.between(513, 530)
                                            : random.between(10, 700);
     const int height = random.between(2, 6);
     const int depth = random.between(1, 8);
     const int rows = random.between(1, 6);
     auto c = blank_scan_case<ScanCase16>(width, height, depth, rows, random.between(2, width + 40));
     c.seed = seed;
-    for (auto& raster : c.rasters) fill_nasty(random, raster.data(), raster.size(), random.once_in(2), 16);
+    fill(random, c, branches);
     c.bounds = {1000, -1, 1000, -1};
 
     const bool onGrid = !random.once_in(3);
@@ -120,6 +135,7 @@ void make_spans(ScanCase16& c, int columnFactor, Branches& branches) {
             const int columns = last - first + 1;
             if (columns > 1024) branches.met("more than one chunk of columns");
             if (columns > 512) branches.met("more than one chunk");
+            if (columns > 512 && columns < 528) branches.met("a few columns more than a chunk");
             if (columns > 16 && columns % 16 != 0) branches.met("last block moved back");
             if (columns > 1 && columns < 16) branches.met("fewer than sixteen columns");
             if (columns > 16 && ((p[0] >> 18) == 0 || (p[0] >> 18) == c.sourceWidth - 2)) {
@@ -138,7 +154,7 @@ ScanCase16 make_segment_case(Seed seed, Branches& branches) {
     const int depth = random.between(2, 20);
     auto c = blank_scan_case<ScanCase16>(width, height, depth, random.between(1, 4), random.between(2, 40));
     c.seed = seed;
-    for (auto& raster : c.rasters) fill_nasty(random, raster.data(), raster.size(), random.once_in(2), 16);
+    fill(random, c, branches);
     c.bounds = {1000, -1, 1000, -1};
 
     const int x = random.once_in(3) ? random.between(-3, 3) : 0;
@@ -174,7 +190,8 @@ ScanCase16 make_segment_case(Seed seed, Branches& branches) {
 std::string segments_never_met(const Branches& branches) {
     return branches.never_met({"planes not side by side", "start between samples", "one plane",
                                "fewer than sixteen planes", "seventeen planes", "more than sixteen planes",
-                               "more than thirty-two planes"});
+                               "more than thirty-two planes", "samples close together",
+                               "samples of any value"});
 }
 
 std::string never_met(const Branches& branches) {

@@ -31,13 +31,14 @@ static inline __m256i turned_round(__m256i pixels) {
 }
 
 /// Raw samples of columns `done` to done + count - 1 of a run on the grid, at a plane, in ascending order of
-/// x.
+/// x; or those of the slices above it.
 static inline const short* grid_row(const wide_source& source, const q18_point& start, int done, int count,
-                                    int plane) {
+                                    int plane, std::ptrdiff_t slicesAbove = 0) {
     const q18_point p = start + plane * source.slabStep;
     const std::ptrdiff_t x = p.x >> 18;
     const std::ptrdiff_t first = source.pixelStep.x > 0 ? x + done : x - done - count + 1;
-    return source.slices[p.z >> 18] + static_cast<std::ptrdiff_t>(p.y >> 18) * source.width + first;
+    return source.slices[(p.z >> 18) + slicesAbove] + static_cast<std::ptrdiff_t>(p.y >> 18) * source.width +
+           first;
 }
 
 /// Columns of a run on the grid that are drawn at once; what is collected of them stays in the first-level
