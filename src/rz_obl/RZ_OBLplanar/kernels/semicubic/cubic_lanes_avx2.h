@@ -17,7 +17,7 @@ struct wide_quads {
 
 /// The same 16-bit pair in every lane.
 static inline __m256i pair_in_all_lanes(int low, int high) {
-    return _mm256_set1_epi32(static_cast<int>((static_cast<std::uint32_t>(high) << 16) |
+    return _mm256_set1_epi32(static_cast<int>(((static_cast<std::uint32_t>(high) & 0xffffU) << 16) |
                                               (static_cast<std::uint32_t>(low) & 0xffffU)));
 }
 

@@ -44,7 +44,8 @@ static inline __m256i lane_numbers(int count) {
 
 /// 16-bit factors 1, W in every lane: what makes a raster offset of the indices x, y.
 static inline __m256i wide_offset_factors(int sourceWidth) {
-    return _mm256_set1_epi32(static_cast<int>((static_cast<std::uint32_t>(sourceWidth) << 16) | 1U));
+    return _mm256_set1_epi32(
+        static_cast<int>(((static_cast<std::uint32_t>(sourceWidth) & 0xffffU) << 16) | 1U));
 }
 
 /// The raw samples around eight positions: pairs (left, right) of slices p, q and rows y, y + 1.
