@@ -191,6 +191,7 @@ void draw_segments(const linear_scan& scan, const linear_run& run) {
     alignas(32) std::int32_t sums[kLanes] = {};
     for (int column = 0; column < run.columns; ++column) {
         const int lane = column % kLanes;
+        if (column + kSegmentsAhead < run.columns) prefetch_segment(source, p);
         sums[lane] = sum_of_segment(segment_at(source, p), source.planes);
         p = p + source.pixelStep;
         if (lane == kLanes - 1 || column == run.columns - 1) {

@@ -105,6 +105,7 @@ void draw_along_row(const maximum_scan& scan, const wide_run& run, row_chunk& ch
 void draw_segments(const maximum_scan& scan, const wide_run& run) {
     q18_point p = run.start;
     for (int column = 0; column < run.columns; ++column) {
+        if (column + kSegmentsAhead < run.columns) prefetch_segment(scan.source, p);
         const int sample = grid_sample(greatest_of_segment(segment_at(scan.source, p), scan.source.planes));
         short* const pixel = pixel_at(scan, run, column);
         if (*pixel < sample) *pixel = static_cast<short>(sample);

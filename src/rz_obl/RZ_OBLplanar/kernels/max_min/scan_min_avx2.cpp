@@ -238,6 +238,7 @@ void draw_segments(const minimum_scan& scan, const wide_run& run) {
     int winner = source.planes;
     q18_point p = run.start;
     for (int column = 0; column < run.columns; ++column) {
+        if (column + kSegmentsAhead < run.columns) prefetch_segment(source, p);
         const short* const above = segment_at(source, {p.x, p.y, wrap_add(p.z, 1 << 18)});
         run.output[static_cast<std::ptrdiff_t>(column) * scan.stride] = static_cast<short>(
             least_of_segment(segment_at(source, p), above, source.width, source.planes, winner));

@@ -20,6 +20,16 @@ static inline const short* segment_at(const wide_source& source, const q18_point
     return source.slices[p.z >> 18] + static_cast<std::ptrdiff_t>(p.y >> 18) * source.width + (p.x >> 18);
 }
 
+/// Each segment lies in cache lines of its own, so that a walk waits for memory at every pixel: asks for what
+/// the pixel this many columns ahead will read.
+static constexpr int kSegmentsAhead = 16;
+
+static inline void prefetch_segment(const wide_source& source, const q18_point& p) {
+    const short* const segment = segment_at(source, p + kSegmentsAhead * source.pixelStep);
+    _mm_prefetch(reinterpret_cast<const char*>(segment), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(segment + source.planes - 1), _MM_HINT_T0);
+}
+
 static inline int greatest_lane(__m256i values) {
     const __m128i half = _mm_max_epi16(_mm256_castsi256_si128(values), _mm256_extracti128_si256(values, 1));
     // as unsigned numbers the other way round, for the one instruction that finds a least lane
