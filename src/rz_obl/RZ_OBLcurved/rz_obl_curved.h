@@ -62,18 +62,24 @@ RZ_OBL_API int RZ_PrepareCurveData(RZ_Spline& spline, RZ_Box& box, bool localFra
 
 /// Renders a curved image of trilinear samples, or with a null raster only works out where it lies.
 ///
-/// slices           by slice number, all of one pixelKind, 16-bit or 8-bit (unsigned); mapped.
-/// frameParams      sets the range of cross indices; cropParams what of it is drawn. May be the same box.
-/// raster           samples of the slices' type, row stride imageBox.rowStride; pixels without a sample keep
-/// their value. curveData        for the same spline, box and localFrames. firstRow ...     rows of the whole
-/// image, columnBounds its columns (may be null), inclusive. firstSlice, lastSlice  slices to read; those
-/// beyond repeat them. maxWidth         with localFrames the band about the curve that is drawn, millimetres;
-/// 0.1 or less: all. thickness        half thickness of the slab, millimetres; 0 for none. requireInside
-/// non-zero: columns whose curve point lies outside cropParams are dropped. cornerPoint, startFraction,
-/// endFraction, transposedOut, signOut, columnBounds may be null; the remainders and crossFirst may not.
-/// rangeStart, rangeEnd: part of the curve columns to draw, 0 to 1; parts together draw the whole. Returns 1,
-/// or 0 for a refused spline, an empty image or a curve of less than two samples. Throws std::bad_alloc, and
-/// WKR_CANCEL_EXCEPTION if the calling thread's task was cancelled; columns already drawn stay.
+/// - slices: by slice number, all of one pixelKind, 16-bit or 8-bit (unsigned); mapped. An image reaches half
+///   a sample beyond the last column and row: a row and a sample behind each raster must be readable memory
+///   (rasters of our pager are).
+/// - frameParams: sets the range of cross indices. cropParams: what of it is drawn. May be the same box.
+/// - raster: of the slices' type, row stride imageBox.rowStride. Pixels without a sample keep their value.
+/// - curveData: for the same spline, box and localFrames.
+/// - firstRow, lastRow: rows of the whole image, inclusive. columnBounds: its columns.
+/// - firstSlice, lastSlice: slices to read; those beyond repeat them.
+/// - maxWidth: with localFrames, the band about the curve that is drawn, in millimetres; 0.1 or less: all.
+/// - thickness: half thickness of the slab in millimetres; 0 for none.
+/// - requireInside: non-zero drops the columns whose curve point lies outside cropParams.
+/// - rangeStart, rangeEnd: the part of the curve columns to draw, 0 to 1; parts together draw the whole.
+/// - columnBounds, cornerPoint, startFraction, endFraction, transposedOut and signOut may be null; the
+///   remainders and crossFirst may not.
+///
+/// Returns 1, or 0 for a refused spline, an empty image or a curve of less than two samples. Throws
+/// std::bad_alloc, and WKR_CANCEL_EXCEPTION if the calling thread's task was cancelled; columns already drawn
+/// stay.
 RZ_OBL_API int RZ_CalcCurved(RZ_Slice** slices, const RZ_Box& ignoredBox, const RZ_BoxParams& frameParams,
                              const RZ_Box& volumeBox, const RZ_BoxParams& cropParams, RZ_Spline& spline,
                              void* raster, const RZ_Box& imageBox, RZ_CurveProjectData* curveData,
