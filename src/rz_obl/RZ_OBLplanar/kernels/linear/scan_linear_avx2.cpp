@@ -4,6 +4,7 @@
 #include "rz_obl/RZ_OBLplanar/kernels/wide/cells_avx2.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/row_columns_avx2.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/segments_avx2.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/unit_steps_avx2.h"
 
 namespace rz_obl {
 namespace {
@@ -126,6 +127,43 @@ void draw_along_row(const linear_scan& scan, const linear_run& run, row_chunk& c
     }
 }
 
+/// Columns one sample apart, of a single plane.
+void copy_unit_steps(const linear_scan& scan, const linear_run& run) {
+    const unit_lines lines = unit_lines_at(scan.source, run.start);
+    for (int i = 0; i < run.columns; i += 16) {
+        const int block = grid_block(i, run.columns);
+        store_sixteen(in_order(sixteen_samples(lines, block)), run.output + block);
+    }
+}
+
+/// Columns one sample apart: see sixteen_samples. Blocks and chunks at the end of a run move back over
+/// columns that are drawn already.
+void draw_unit_steps(const linear_scan& scan, const linear_run& run) {
+    const wide_source& source = scan.source;
+    for (int done = 0; done < run.columns; done += kGridChunk) {
+        const int from = grid_chunk_start(done, run.columns);
+        const int count = grid_chunk_size(from, run.columns);
+        short* const output = run.output + from;
+        sixteen sums[kGridChunk / 16];
+        for (int i = 0; i < count; i += 16) sums[i / 16] = {_mm256_setzero_si256(), _mm256_setzero_si256()};
+        q18_point p = run.start + from * source.pixelStep;
+        for (int plane = 0; plane < source.planes; ++plane) {
+            const unit_lines lines = unit_lines_at(source, p);
+            for (int i = 0; i < count; i += 16) {
+                const sixteen samples = sixteen_samples(lines, grid_block(i, count));
+                sums[i / 16].low = _mm256_add_epi32(sums[i / 16].low, samples.low);
+                sums[i / 16].high = _mm256_add_epi32(sums[i / 16].high, samples.high);
+            }
+            p = p + source.slabStep;
+        }
+        for (int i = 0; i < count; i += 16) {
+            const sixteen means = {rounded_means(sums[i / 16].low, scan.count),
+                                   rounded_means(sums[i / 16].high, scan.count)};
+            store_sixteen(in_order(means), output + grid_block(i, count));
+        }
+    }
+}
+
 /// Adds the samples of a plane, or of two, to 32-bit sums; lanes 0-3 8-11 | 4-7 12-15 of sixteen columns.
 inline void add_planes(__m256i a, __m256i b, __m256i* sums) {
     const __m256i ones = _mm256_set1_epi16(1);
@@ -167,13 +205,19 @@ void draw_on_grid(const linear_scan& scan, const linear_run& run) {
 
 /// A single plane on the grid is copied, less what the stages take.
 void copy_on_grid(const linear_scan& scan, const linear_run& run) {
-    const bool descending = scan.source.pixelStep.x < 0;
     const short* const row = grid_row(scan.source, run.start, 0, run.columns, 0);
+    if (scan.source.pixelStep.x > 0) {
+        for (int i = 0; i + 16 < run.columns; i += 16) {
+            store_sixteen(grid_samples(load_sixteen(row + i)), run.output + i);
+        }
+        const int last = run.columns - 16;
+        store_sixteen(grid_samples(load_sixteen(row + last)), run.output + last);
+        return;
+    }
     for (int i = 0; i < run.columns; i += 16) {
         const int block = grid_block(i, run.columns);
-        const int column = descending ? run.columns - 16 - block : block;
         const __m256i samples = grid_samples(load_sixteen(row + block));
-        store_sixteen(descending ? turned_round(samples) : samples, run.output + column);
+        store_sixteen(turned_round(samples), run.output + run.columns - 16 - block);
     }
 }
 
@@ -229,6 +273,9 @@ void scan_linear_avx2(const scan_args_16& args) {
         switch (shape_of_run(scan.source, run.start, run.columns)) {
             case kOnGrid:
                 scan.source.planes == 1 ? copy_on_grid(scan, run) : draw_on_grid(scan, run);
+                break;
+            case kUnitSteps:
+                scan.source.planes == 1 ? copy_unit_steps(scan, run) : draw_unit_steps(scan, run);
                 break;
             case kAlongRow:
                 draw_along_row(scan, run, chunk);

@@ -2,6 +2,7 @@
 #include "rz_obl/RZ_OBLplanar/kernels/wide/row_columns_avx2.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/run_walk_avx2.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/segments_avx2.h"
+#include "rz_obl/RZ_OBLplanar/kernels/wide/unit_steps_avx2.h"
 
 // A maximum depends neither on the order of planes nor on the memory of the last winner: a sample never
 // exceeds its greatest neighbour, but for raw samples of -32768, which give -32767 and so lose to any seed.
@@ -101,6 +102,29 @@ void draw_along_row(const maximum_scan& scan, const wide_run& run, row_chunk& ch
     }
 }
 
+/// Columns one sample apart; blocks and chunks at the end of a run may be drawn twice.
+void draw_unit_steps(const maximum_scan& scan, const wide_run& run) {
+    const wide_source& source = scan.source;
+    for (int done = 0; done < run.columns; done += kGridChunk) {
+        const int from = grid_chunk_start(done, run.columns);
+        const int count = grid_chunk_size(from, run.columns);
+        __m256i best[kGridChunk / 16];
+        for (int i = 0; i < count; i += 16)
+            best[i / 16] = load_sixteen(run.output + from + grid_block(i, count));
+        q18_point p = run.start + from * source.pixelStep;
+        for (int plane = 0; plane < source.planes; ++plane) {
+            const unit_lines lines = unit_lines_at(source, p);
+            for (int i = 0; i < count; i += 16) {
+                const __m256i samples = in_order(sixteen_samples(lines, grid_block(i, count)));
+                best[i / 16] = _mm256_max_epi16(best[i / 16], samples);
+            }
+            p = p + source.slabStep;
+        }
+        for (int i = 0; i < count; i += 16)
+            store_sixteen(best[i / 16], run.output + from + grid_block(i, count));
+    }
+}
+
 /// The sample of the greatest raw one of each segment of `planes` adjacent samples.
 void draw_segments(const maximum_scan& scan, const wide_run& run) {
     q18_point p = run.start;
@@ -161,6 +185,13 @@ void draw_runs(const void* opaque, const wide_run* runs, int count) {
             case kOnGrid:
                 if (scan.stride == 1) {
                     draw_on_grid(scan, runs[r]);
+                    break;
+                }
+                draw_along_row(scan, runs[r], *scan.chunk);
+                break;
+            case kUnitSteps:
+                if (scan.stride == 1) {
+                    draw_unit_steps(scan, runs[r]);
                     break;
                 }
                 draw_along_row(scan, runs[r], *scan.chunk);

@@ -203,6 +203,7 @@ void draw_columns(const void* opaque, const wide_run* runs, int) {
     switch (shape_of_run(scan.source, runs[0].start, runs[0].columns)) {
         case kOnGrid:
             return scan.stride == 1 ? draw_on_grid(scan, runs[0]) : draw_along_row(scan, runs[0]);
+        case kUnitSteps:
         case kAlongRow:
             return draw_along_row(scan, runs[0]);
         default:

@@ -12,6 +12,8 @@ enum run_shape {
     kAnywhere,
     /// Columns move along x only, by at most two samples: four of them lie within eight adjacent samples.
     kAlongRow,
+    /// Along a row upwards by one whole sample: all columns have the same weights.
+    kUnitSteps,
     /// Along a row by one whole sample, every fraction 0 at every plane: a sample depends on one raw sample.
     kOnGrid,
     /// Whole steps in any direction, every fraction 0, planes side by side in x: a pixel depends on `planes`
@@ -58,8 +60,8 @@ static inline run_shape shape_of_run(const wide_source& source, const q18_point&
     const bool whole = ((start.x | start.y | start.z) & 0x3fff8) == 0 && whole_samples(source.slabStep) &&
                        whole_samples(step);
     if (moves_along_row(step)) {
-        const bool onGrid = whole && (step.x == (1 << 18) || step.x == -(1 << 18)) && columns >= 16;
-        return onGrid ? kOnGrid : kAlongRow;
+        const bool unit = (step.x == (1 << 18) || step.x == -(1 << 18)) && columns >= 16;
+        return unit && whole ? kOnGrid : unit && step.x > 0 ? kUnitSteps : kAlongRow;
     }
     return whole && planes_side_by_side(source) ? kSegments : kAnywhere;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "rz_obl/RZ_OBLplanar/kernels/prefetch.h"
 #include "rz_obl/RZ_OBLplanar/kernels/wide/grid_rows_avx2.h"
 
 // Pixels that depend on adjacent raw samples of a row, one for each plane, as those of sagittal pictures on
@@ -22,12 +23,12 @@ static inline const short* segment_at(const wide_source& source, const q18_point
 
 /// Each segment lies in cache lines of its own, so that a walk waits for memory at every pixel: asks for what
 /// the pixel this many columns ahead will read.
-static constexpr int kSegmentsAhead = 16;
+static constexpr int kSegmentsAhead = 24;
 
-static inline void prefetch_segment(const wide_source& source, const q18_point& p) {
+[[gnu::always_inline]] static inline void prefetch_segment(const wide_source& source, const q18_point& p) {
     const short* const segment = segment_at(source, p + kSegmentsAhead * source.pixelStep);
-    _mm_prefetch(reinterpret_cast<const char*>(segment), _MM_HINT_T0);
-    _mm_prefetch(reinterpret_cast<const char*>(segment + source.planes - 1), _MM_HINT_T0);
+    prefetch(segment);
+    prefetch(segment + source.planes - 1);
 }
 
 static inline int greatest_lane(__m256i values) {
