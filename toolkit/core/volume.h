@@ -26,7 +26,7 @@ struct Rescale {
 /// A volume in memory and all that a reformat needs to know of it. Copies share the samples.
 class Volume {
   public:
-    /// Zeroed samples of its own, one pager block per slice (so that kernels may read beyond a raster).
+    /// Zeroed samples of its own, in one pager block whose guards kernels may read.
     /// Throws Error if the grid is bad or the memory cannot be had, with the amount needed.
     static Volume allocate(const Grid& grid, SampleKind kind);
     /// Over samples that stay with the caller: contiguous, i fastest, then j, k; keepAlive is held as long as
