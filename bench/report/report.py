@@ -18,7 +18,7 @@ peers run in the same process and in the same rounds, on the same samples in one
 NumPy runs in a process of its own and takes its own time. Before the clock starts, our picture is compared with the
 plain kernels of the tests, to the bit, and every peer's with ours.
 
-How slices lie: ours in one pager block, 64 bytes to 4 KiB beyond a whole number of pages apart, so that equal places of
+How slices lie: ours in one pager block, 2368 bytes beyond a whole number of pages apart, so that equal places of
 neighbouring slices fall on different cache sets; the peers' without gaps, as their formats demand, which for 512 x 512
 samples is a power of two.
 
