@@ -215,6 +215,9 @@ TEST(ReadNifti, OtherHeadersAreRefused) {
     file = plain();
     file.srow[0][1] = 1e-40F;
     refused(file, {"too small"});
+    file = plain();
+    file.srow[0][3] = -2.1e38F;  // too much for a decomposition that never ends then
+    refused(file, {"too large"});
 }
 
 TEST(ReadNifti, ShearedSlicesAreRefused) {

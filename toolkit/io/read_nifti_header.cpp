@@ -123,12 +123,17 @@ double apart(const Affine& p, const Affine& q, const std::array<std::size_t, 3>&
     return farthest;
 }
 
-/// ITK cannot take such an sform apart, and says so on standard error.
-void refuse_subnormal(const Fields& fields, const std::string& name) {
+/// ITK cannot take such an sform apart: it says so on standard error, or never ends.
+void refuse_unfit(const Fields& fields, const std::string& name) {
+    constexpr float kFarthest = 1e9F;
     for (std::size_t at = 280; at < 328; at += 4) {
-        if (std::fpclassify(fields.at<float>(at)) == FP_SUBNORMAL)
+        const float number = fields.at<float>(at);
+        if (std::fpclassify(number) == FP_SUBNORMAL)
             refuse("%s: its sform holds %g, too small a number to be meant", name.c_str(),
-                   static_cast<double>(fields.at<float>(at)));
+                   static_cast<double>(number));
+        if (std::isfinite(number) && std::fabs(number) > kFarthest)
+            refuse("%s: its sform holds %g, too large a number to be meant", name.c_str(),
+                   static_cast<double>(number));
     }
 }
 
@@ -139,7 +144,7 @@ void place(NiftiHeader& header, const Fields& fields, const std::string& name,
     if (scode > 0) {
         header.placedBy = "sform";
         affine = sform(fields);
-        refuse_subnormal(fields, name);
+        refuse_unfit(fields, name);
     } else if (qcode > 0) {
         header.placedBy = "qform";
         affine = qform(fields);
